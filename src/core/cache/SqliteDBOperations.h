@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <vector>
+
+struct FileInfoNode;
+
+// The digest cache: class methods only, each opening the database file, doing its work and
+// closing it. Values are bound as parameters; what is stored is what the documented
+// formatted statements would store (modification seconds with exactly six decimals).
+class SqliteDBOperations
+{
+public:
+    SqliteDBOperations() = delete;
+
+    static QByteArray getDbPathInLibrary(); // <caches folder>/Quillon.db
+    static QByteArray getCachePath();       // the caches folder
+    static QByteArray getDbPathInBundle();  // the same as getDbPathInLibrary; not called
+    // The shipped empty database, as a resource path (":/Quillon.db").
+    static QString shippedDatabaseResource();
+
+    // Puts the shipped database in place (destination folder + "/Quillon.db") unless a file is
+    // there; logs a failed copy; always true.
+    static bool copyDataBaseIfRequieredAtDestination(const QByteArray& destinationFolder, const QString& fromPath);
+    static void deleteRecordsFromTable(const QString& table, const QByteArray& dbPath);
+    static void insertDataInTempTable(const QString& table, const QByteArray& dbPath,
+                                      const std::vector<FileInfoNode*>& values);
+    // Fills AppGlobals::dictDataBaseFilesMd5 from the join of tempTable and hashTable.
+    static void fetchHashInfoFromDbPath(const QByteArray& dbPath);
+    static void insertDataInTable(const QString& table, const QByteArray& dbPath,
+                                  const std::vector<FileInfoNode*>& values);
+    static bool createTablesIfNotExists(const QByteArray& dbPath);
+
+    // The stored form of a date: the value "%f" prints, read back as a double.
+    static double storedSeconds(double seconds);
+};

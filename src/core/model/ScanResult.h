@@ -1,0 +1,43 @@
+#pragma once
+
+#include "model/DuplicateGroup.h"
+#include "model/FileInfoNode.h"
+
+#include <QByteArray>
+#include <deque>
+#include <map>
+#include <memory>
+#include <vector>
+
+class DataFiller;
+
+// Everything one scan produced. It owns the records, the groups and the library loaders;
+// every other holder (groups, review) keeps plain pointers into it.
+struct ScanResult
+{
+    std::deque<FileInfoNode> nodes;              // owning store; addresses stay put
+    std::vector<FileInfoNode*> arrFileNodes;     // every record, in discovery order
+    std::deque<DuplicateGroup> groups;           // owning store
+    std::vector<DuplicateGroup*> arrMainGroup;   // every group, in order of creation
+    std::map<QByteArray, std::unique_ptr<DataFiller>> dictiPhotoFiller; // library path -> loader
+
+    quint32 countScanned = 0;
+    quint64 totSizeScanned = 0;
+    quint32 countDup = 0;
+    quint64 sizeDup = 0;
+    bool aborted = false;
+
+    ScanResult();
+    ~ScanResult();
+    ScanResult(const ScanResult&) = delete;
+    ScanResult& operator=(const ScanResult&) = delete;
+
+    // Adds a record to the store and to arrFileNodes; returns its stable address.
+    FileInfoNode* addNode(FileInfoNode&& node);
+    // A new empty group, appended to arrMainGroup.
+    DuplicateGroup* addGroup();
+    // Whether any group shows more than one member.
+    bool isAnyGroupContainsDuplicate() const;
+    // The hand-off: drops, in place and in order, every group showing fewer than 2 members.
+    void removeGroupsWithoutDuplicates();
+};

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <optional>
+
+// The one place where the operating system is asked. Linux (freedesktop) is implemented and
+// tested; the macOS branches are chosen with Q_OS_MACOS only inside the .cpp files.
+namespace Platform {
+
+// The user's home folder (QDir::homePath), as path bytes.
+QByteArray homePath();
+
+// The user's short (login) name.
+QString userShortName();
+
+// Where Quillon.db and the Photos database copy live: $XDG_CACHE_HOME, else ~/.cache
+// (macOS: ~/Library/Caches). Not created here.
+QByteArray cachesFolder();
+
+// The user's Trash folders: $XDG_DATA_HOME/Trash (default ~/.local/share/Trash) and ~/.Trash.
+QList<QByteArray> userTrashFolders();
+
+// Whether the path is a Trash folder of the user or lies inside one.
+bool isInUserTrash(const QByteArray& path);
+
+// The form in which two paths are compared for "the same item": exact on Linux
+// (case-sensitive file systems), lower-cased on macOS.
+QByteArray comparablePath(const QByteArray& path);
+
+// A directory whose lower-cased extension is one of the fixed package extensions.
+bool isPackage(const QByteArray& path);
+bool isPackageExtension(const QString& lowerExtension);
+
+// Whether an application with the bundle identifier runs (compared case-insensitively).
+// No Linux application has a bundle identifier, so on Linux this is always false.
+bool isApplicationRunning(const QString& bundleIdentifier);
+
+// Asks the application to quit; false when it could not be asked.
+bool requestApplicationQuit(const QString& bundleIdentifier);
+
+// Bookmarks: the absolute path's exact bytes; resolving checks the item still exists.
+QByteArray bookmarkForPath(const QByteArray& path);
+std::optional<QByteArray> resolveBookmark(const QByteArray& bookmark);
+
+} // namespace Platform

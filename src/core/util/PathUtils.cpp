@@ -1,0 +1,83 @@
+#include "util/PathUtils.h"
+
+#include <QFile>
+#include <sys/stat.h>
+
+namespace PathUtils {
+
+QByteArray lastPathComponent(const QByteArray& path)
+{
+    qsizetype end = path.size();
+    while (end > 1 && path.at(end - 1) == '/')
+        --end;
+    const qsizetype slash = path.lastIndexOf('/', end - 1);
+    if (slash < 0)
+        return path.left(end);
+    if (end == 1 && slash == 0)
+        return QByteArray("/");
+    return path.mid(slash + 1, end - slash - 1);
+}
+
+QByteArray pathExtension(const QByteArray& path)
+{
+    const QByteArray name = lastPathComponent(path);
+    const qsizetype dot = name.lastIndexOf('.');
+    if (dot <= 0)
+        return {};
+    return name.mid(dot + 1);
+}
+
+QString lowerExtension(const QByteArray& path)
+{
+    return QString::fromUtf8(pathExtension(path)).toLower();
+}
+
+QByteArray join(const QByteArray& dir, const QByteArray& name)
+{
+    if (dir.isEmpty())
+        return name;
+    if (dir.endsWith('/'))
+        return dir + name;
+    QByteArray out;
+    out.reserve(dir.size() + 1 + name.size());
+    out.append(dir).append('/').append(name);
+    return out;
+}
+
+QByteArray removingLastComponents(const QByteArray& path, int n)
+{
+    QByteArray out = path;
+    for (int i = 0; i < n; ++i) {
+        while (out.size() > 1 && out.endsWith('/'))
+            out.chop(1);
+        const qsizetype slash = out.lastIndexOf('/');
+        if (slash < 0)
+            return {};
+        out.truncate(slash == 0 ? 1 : slash);
+    }
+    return out;
+}
+
+QString toDisplay(const QByteArray& path)
+{
+    return QString::fromUtf8(path);
+}
+
+QByteArray fromText(const QString& path)
+{
+    return QFile::encodeName(path);
+}
+
+bool exists(const QByteArray& path)
+{
+    struct stat st;
+    return ::lstat(path.constData(), &st) == 0;
+}
+
+bool isDirectory(const QByteArray& path)
+{
+    struct stat st;
+    return ::stat(path.constData(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+} // namespace PathUtils

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+
+// File names on Linux are bytes, not text: every path in core is a QByteArray holding the
+// exact bytes the file system uses, so a name that is not valid UTF-8 survives untouched.
+// Text forms are made only for display and for settings.
+namespace PathUtils {
+
+// The last component of a path ("/a/b.txt" -> "b.txt"; a trailing slash is ignored).
+QByteArray lastPathComponent(const QByteArray& path);
+
+// The extension of the last component, without the dot; empty when there is none.
+// A leading dot (".profile") is not an extension.
+QByteArray pathExtension(const QByteArray& path);
+
+// The extension as lower-case text, the form every extension test uses.
+QString lowerExtension(const QByteArray& path);
+
+// dir + "/" + name, without doubling a slash.
+QByteArray join(const QByteArray& dir, const QByteArray& name);
+
+// The path without its last n components ("/a/b/c/d", 3 -> "/a").
+QByteArray removingLastComponents(const QByteArray& path, int n);
+
+// Text for labels and logs; bytes that are not UTF-8 show as replacement characters.
+QString toDisplay(const QByteArray& path);
+
+// The bytes of a path given as text (settings, dialogs, command line).
+QByteArray fromText(const QString& path);
+
+// Whether a path names something that exists (a dangling symbolic link counts as existing).
+bool exists(const QByteArray& path);
+bool isDirectory(const QByteArray& path); // follows links, like the file manager's test
+
+} // namespace PathUtils
