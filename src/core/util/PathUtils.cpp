@@ -1,6 +1,7 @@
 #include "util/PathUtils.h"
 
 #include <QFile>
+#include <dirent.h>
 #include <sys/stat.h>
 
 namespace PathUtils {
@@ -78,6 +79,35 @@ bool isDirectory(const QByteArray& path)
 {
     struct stat st;
     return ::stat(path.constData(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+std::optional<QByteArray> resolveIgnoringCase(const QByteArray& base, const QByteArray& relative)
+{
+    QByteArray current = base;
+    for (const QByteArray& part : relative.split('/')) {
+        if (part.isEmpty())
+            continue;
+        const QByteArray exact = join(current, part);
+        if (exists(exact)) {
+            current = exact;
+            continue;
+        }
+        DIR* dir = ::opendir(current.constData());
+        if (!dir)
+            return std::nullopt;
+        const QString wanted = QString::fromUtf8(part).toCaseFolded();
+        QByteArray found;
+        while (const dirent* entry = ::readdir(dir)) {
+            const QByteArray name(entry->d_name);
+            if (QString::fromUtf8(name).toCaseFolded() == wanted && (found.isEmpty() || name < found))
+                found = name;
+        }
+        ::closedir(dir);
+        if (found.isEmpty())
+            return std::nullopt;
+        current = join(current, found);
+    }
+    return current;
 }
 
 } // namespace PathUtils

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <optional>
 
 // File names on Linux are bytes, not text: every path in core is a QByteArray holding the
 // exact bytes the file system uses, so a name that is not valid UTF-8 survives untouched.
@@ -33,5 +34,11 @@ QByteArray fromText(const QString& path);
 // Whether a path names something that exists (a dangling symbolic link counts as existing).
 bool exists(const QByteArray& path);
 bool isDirectory(const QByteArray& path); // follows links, like the file manager's test
+
+// Finds base/relative where each component of `relative` ("Database/apdb/Library.apdb") is
+// matched against the real entries of its folder without regard to letter case, as a
+// case-insensitive file system would; an exact match wins. Nothing when a component is
+// missing. The found path uses the entries' real names; base is returned unchanged.
+std::optional<QByteArray> resolveIgnoringCase(const QByteArray& base, const QByteArray& relative);
 
 } // namespace PathUtils

@@ -1,0 +1,44 @@
+#pragma once
+
+#include <QByteArray>
+#include <QDateTime>
+#include <QString>
+#include <QVariantMap>
+#include <atomic>
+#include <optional>
+
+// Helpers that several subsystems share: size and date texts, the e-mail check, photo-library
+// tests, whether an application runs, and the streamed file digest.
+class CommonFuncs
+{
+public:
+    CommonFuncs() = delete;
+
+    // "999 bytes", "1.00 KB", "1.54 MB": divisor 1,000.
+    static QString getSizeInUnits(quint64 bytes);
+    // {"size": ..., "unit": ...} from the size text; empty when it does not split in two.
+    static QVariantMap getSizeAndSizeUnitFor(quint64 bytes, int fractionDigit = 0);
+    static bool validateEmail(const QString& email);
+    // "MMM dd, yyyy hh:mm:ss a"; empty for no date.
+    static QString getDateTimeStringFromDate(const QDateTime& date);
+    // "%04d%02d%02dT%02d%02d" in the current calendar.
+    static QString getDateInFormatNEW(const QDateTime& date);
+
+    static bool isPkgPhotoLib(const QByteArray& libraryPath);
+    // "masters" when the library's major version is "9" and the folder exists; else empty.
+    static QString photoLibrary_MastersOrOriginal(const QByteArray& libraryPath);
+    static bool isiPhotoLibrary9AndAbove(const QByteArray& libraryPath);
+    // The "Application Version" of AlbumData.xml up to its first "."; empty when none.
+    static QString getPhotoLibraryVersion(const QByteArray& libraryPath);
+    static QString getPhotoLibraryMajorVersion(const QString& version);
+    static bool checkAppOpen(const QString& bundleIdentifier);
+    static QByteArray getDataBasePathForPhotosLib(const QByteArray& libraryPath);
+
+    // The streamed MD5 of a regular file as 32 lower-case hex digits; empty when the file
+    // cannot be read or the abort flag was set. Logs "############# MD5 coming NIL for file:
+    // %@ #############" (and "abortFlag true!!", "Aborted!!" when aborted).
+    static QByteArray getFileMD5UsingStreamWithAbortFlag(const QByteArray& path, const std::atomic<bool>* abortFlag);
+};
+
+// The plain digest function under getFileMD5UsingStreamWithAbortFlag; chunkSize 0 means 4,096.
+QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize, const std::atomic<bool>* abortFlag);
