@@ -14,6 +14,12 @@ class SqliteDBOperations
 public:
     SqliteDBOperations() = delete;
 
+    // Process-wide: when non-empty, getDbPathInLibrary answers this file, getCachePath its
+    // folder, and the copy step puts the shipped database under its file name. Empty restores
+    // the caches folder. Set it before a scan starts (quillon-scan --cache FILE).
+    static void setDbPathOverride(const QByteArray& path);
+    static QByteArray dbPathOverride();
+
     static QByteArray getDbPathInLibrary(); // <caches folder>/Quillon.db
     static QByteArray getCachePath();       // the caches folder
     static QByteArray getDbPathInBundle();  // the same as getDbPathInLibrary; not called
