@@ -10,9 +10,9 @@ struct FileAttributes
     enum class Type { Regular, Directory, SymbolicLink, Other };
 
     Type type = Type::Other;
-    quint64 size = 0;       // st_size of the item itself (a link's own size)
-    double modDate = 0;     // seconds since 1970, with the sub-second part
-    double createDate = 0;  // birth time where the file system keeps one, else the earlier of mtime and ctime
+    quint64 size = 0;      // st_size of the item itself (a link's own size)
+    double modDate = 0;    // seconds since 1970, with the sub-second part
+    double createDate = 0; // birth time where the file system keeps one, else the earlier of mtime and ctime
     quint64 device = 0;
     quint64 inode = 0;
 

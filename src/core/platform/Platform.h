@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QString>
+#include <QStringList>
 #include <optional>
 
 // The one place where the operating system is asked. Linux (freedesktop) is implemented and
@@ -42,5 +43,27 @@ bool requestApplicationQuit(const QString& bundleIdentifier);
 // Bookmarks: the absolute path's exact bytes; resolving checks the item still exists.
 QByteArray bookmarkForPath(const QByteArray& path);
 std::optional<QByteArray> resolveBookmark(const QByteArray& bookmark);
+
+// Every byte of the path percent-encoded (%XX, upper-case hex) except the unreserved characters
+// A-Z a-z 0-9 - . _ ~ and "/"; bytes that are not UTF-8 are encoded too, so any name survives.
+QByteArray percentEncodePath(const QByteArray& path);
+
+// "file://" followed by the percent-encoded absolute path.
+QString fileUriForPath(const QByteArray& absolutePath);
+
+// The path made absolute against the working directory; "." and ".." and doubled slashes are
+// not touched, and symbolic links are not resolved.
+QByteArray absolutePath(const QByteArray& path);
+
+// Runs program with arguments, writes input to its standard input and closes it, and returns
+// what it printed on standard output. Nothing when it cannot start, exits with an error or
+// does not finish within timeoutMs (it is then killed). Values belong in the arguments, never
+// in the input text: osascript reads them through "on run argv".
+std::optional<QByteArray> runWithInput(const QString& program, const QStringList& arguments,
+                                       const QByteArray& input, int timeoutMs);
+
+// An AppleScript text run by "/usr/bin/osascript -" with the arguments; see runWithInput.
+std::optional<QByteArray> runAppleScript(const QString& script, const QStringList& arguments,
+                                         int timeoutMs = 30000);
 
 } // namespace Platform
