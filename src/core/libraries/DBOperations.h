@@ -50,15 +50,16 @@ public:
     // iPhoto and Aperture libraries. Version dictionaries have "modelId", "uuid",
     // "masterUuid", "projectUuid", "name" (the reader may add "iPath"/"tPath").
     static QList<QVariantMap> getAllVersionPhotos(const QByteArray& dbPath, const QString& tableName);
-    static void getAllMasterPhotos(const QByteArray& dbPath, const QByteArray& dbPrefix, const QString& tableName,
-                                   QHash<QString, MasterInfo>& updateDict);
+    static void getAllMasterPhotos(const QByteArray& dbPath, const QByteArray& dbPrefix,
+                                   const QString& tableName, QHash<QString, MasterInfo>& updateDict);
     static void getAllFolders(const QByteArray& dbPath, const QString& tableName,
                               QHash<QString, FolderInfo>& updateDict);
     static bool markInTrashForVersion(const QByteArray& dbPath, const QString& tableName, const QString& uuid,
                                       const QString& projectUuid, int folderVersionCount);
-    static bool justMarkInTrashForVersion(const QByteArray& dbPath, const QString& tableName, const QString& uuid);
-    static bool updateFolderCount(const QByteArray& dbPath, const QString& tableName, const QString& projectUuid,
-                                  int count);
+    static bool justMarkInTrashForVersion(const QByteArray& dbPath, const QString& tableName,
+                                          const QString& uuid);
+    static bool updateFolderCount(const QByteArray& dbPath, const QString& tableName,
+                                  const QString& projectUuid, int count);
     static bool markInTrashForMaster(const QByteArray& dbPath, const QString& tableName, const QString& uuid);
     static bool tableEmptyData(const QByteArray& dbPath, const QString& tableName);
 

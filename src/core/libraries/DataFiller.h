@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QHash>
 #include <QList>
+#include <QSet>
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
@@ -54,8 +55,11 @@ public:
     QHash<QByteArray, int> dictIsVideo;
 
 private:
+    void showAlert(const QString& message, const QString& informative);
+
     AlertPresenter* m_alerts;
     Settings* m_settings;
     bool countDiffer = false;
-    QStringList videoArr;
+    QList<QByteArray> videoArr; // upper-case suffixes
+    QSet<int> m_removedIndexes; // photos already moved to the library's trash
 };

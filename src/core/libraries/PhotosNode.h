@@ -10,7 +10,7 @@ struct PhotosNode
     QByteArray tPath; // always empty: Photos items have no thumbnail path
     QString fileName;
     qint64 fileSize = 0;
-    QString uuid;          // master uuid
+    QString uuid; // master uuid
     QString modelId;
     QString uuIDRkVersion; // version uuid
     QByteArray librarypath;
