@@ -28,7 +28,8 @@ public:
 
     // Puts the shipped database in place (destination folder + "/Quillon.db") unless a file is
     // there; logs a failed copy; always true.
-    static bool copyDataBaseIfRequieredAtDestination(const QByteArray& destinationFolder, const QString& fromPath);
+    static bool copyDataBaseIfRequieredAtDestination(const QByteArray& destinationFolder,
+                                                     const QString& fromPath);
     static void deleteRecordsFromTable(const QString& table, const QByteArray& dbPath);
     static void insertDataInTempTable(const QString& table, const QByteArray& dbPath,
                                       const std::vector<FileInfoNode*>& values);
