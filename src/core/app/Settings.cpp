@@ -13,10 +13,43 @@ QMutex& registeredMutex()
     return m;
 }
 
+QVariantMap defaultValues()
+{
+    QVariantMap defaults;
+    defaults.insert(Settings::kDoNotShowConfirmationDialogOnTrash, false);
+    defaults.insert(Settings::kAutoMarkPhotos, false);
+    defaults.insert(Settings::kDoNotShowAutoMarkDialog, false);
+    defaults.insert(Settings::kAutoSelectOption, 1);
+    defaults.insert(Settings::kMinimumFileSize, 10);
+    defaults.insert(Settings::kFileSizeUnit, 0);
+    defaults.insert(Settings::kAppVersion, QStringLiteral("0.0"));
+    defaults.insert(Settings::kPhoneNumber, QString());
+    defaults.insert(Settings::kExcludedFolders, Settings::getExcludedFolders());
+    return defaults;
+}
+
+// Start-up registers the defaults; a Settings used before that (a tool, a test) still sees
+// them rather than zeros. Guarded by registeredMutex().
 QVariantMap& registered()
 {
-    static QVariantMap map;
+    static QVariantMap map = defaultValues();
     return map;
+}
+
+// A stored value in the type of its registered default.
+QVariant inTypeOf(const QVariant& stored, const QVariant& fallback)
+{
+    const QMetaType type = fallback.metaType();
+    if (!stored.isValid())
+        return QVariant(type); // what an INI file gives back for an emptied list
+    if (stored.metaType() == type)
+        return stored;
+    if (type == QMetaType::fromType<QStringList>())
+        return stored.toStringList();
+    QVariant converted = stored;
+    if (converted.convert(type))
+        return converted;
+    return fallback;
 }
 
 } // namespace
@@ -48,30 +81,18 @@ QStringList Settings::getExcludedFolders()
             QStringLiteral("/Developer")};
 #else
     const QString home = QString::fromUtf8(Platform::homePath());
-    return {QStringLiteral("/proc"),
-            QStringLiteral("/sys"),
-            QStringLiteral("/dev"),
-            QStringLiteral("/run"),
-            home + QStringLiteral("/.cache"),
-            home + QStringLiteral("/.local/share/Trash"),
+    return {QStringLiteral("/proc"),          QStringLiteral("/sys"),
+            QStringLiteral("/dev"),           QStringLiteral("/run"),
+            home + QStringLiteral("/.cache"), home + QStringLiteral("/.local/share/Trash"),
             home + QStringLiteral("/Dropbox")};
 #endif
 }
 
 void Settings::registereUserDefaults()
 {
-    QVariantMap defaults;
-    defaults.insert(kDoNotShowConfirmationDialogOnTrash, false);
-    defaults.insert(kAutoMarkPhotos, false);
-    defaults.insert(kDoNotShowAutoMarkDialog, false);
-    defaults.insert(kAutoSelectOption, 1);
-    defaults.insert(kMinimumFileSize, 10);
-    defaults.insert(kFileSizeUnit, 0);
-    defaults.insert(kAppVersion, QStringLiteral("0.0"));
-    defaults.insert(kPhoneNumber, QString());
-    defaults.insert(kExcludedFolders, getExcludedFolders());
+    QVariantMap defaults = defaultValues();
     QMutexLocker lock(&registeredMutex());
-    registered() = defaults;
+    registered() = std::move(defaults);
 }
 
 QVariantMap Settings::registeredDefaults()
@@ -82,10 +103,15 @@ QVariantMap Settings::registeredDefaults()
 
 QVariant Settings::value(const QString& key) const
 {
-    if (m_store->contains(key))
-        return m_store->value(key);
-    QMutexLocker lock(&registeredMutex());
-    return registered().value(key);
+    QVariant fallback;
+    {
+        QMutexLocker lock(&registeredMutex());
+        fallback = registered().value(key);
+    }
+    if (!m_store->contains(key))
+        return fallback;
+    const QVariant stored = m_store->value(key);
+    return fallback.isValid() ? inTypeOf(stored, fallback) : stored;
 }
 
 void Settings::setValue(const QString& key, const QVariant& value)
@@ -138,6 +164,16 @@ int Settings::fileSizeUnit() const
     return value(kFileSizeUnit).toInt();
 }
 
+QString Settings::appVersion() const
+{
+    return value(kAppVersion).toString();
+}
+
+QString Settings::phoneNumber() const
+{
+    return value(kPhoneNumber).toString();
+}
+
 QStringList Settings::excludedFolders() const
 {
     return value(kExcludedFolders).toStringList();
@@ -151,7 +187,7 @@ void Settings::setExcludedFolders(const QStringList& folders)
 
 quint64 Settings::minimumFileSizeInBytes() const
 {
-    quint64 bytes = quint64(minimumFileSize()) << 10;
+    quint64 bytes = quint64(qMax<qint64>(0, minimumFileSize())) << 10;
     if (fileSizeUnit() == 1)
         bytes <<= 10;
     return bytes;

@@ -12,7 +12,8 @@ class Settings
 {
 public:
     // Keys, exactly as stored.
-    static inline const QString kDoNotShowConfirmationDialogOnTrash = QStringLiteral("doNotShowConfirmationDialogOnTrash");
+    static inline const QString kDoNotShowConfirmationDialogOnTrash =
+        QStringLiteral("doNotShowConfirmationDialogOnTrash");
     static inline const QString kAutoMarkPhotos = QStringLiteral("autoMarkPhotos");
     static inline const QString kDoNotShowAutoMarkDialog = QStringLiteral("doNotShowAutoMarkDialog");
     static inline const QString kAutoSelectOption = QStringLiteral("autoSelectOption");
@@ -24,7 +25,8 @@ public:
     static inline const QString kSavedPaths = QStringLiteral("savedPaths");
     static inline const QString kIsShowExcludePrompt = QStringLiteral("isShowExcludePrompt");
     static inline const QString kIncludeEditedCopies = QStringLiteral("IncludeEditedCopies");
-    static inline const QString kSelectedPreferencesItem = QStringLiteral("TamPreferencesWindowControllerSelectedItemIdentifier");
+    static inline const QString kSelectedPreferencesItem =
+        QStringLiteral("TamPreferencesWindowControllerSelectedItemIdentifier");
     static inline const QString kTrackedForAppStore = QStringLiteral("trackedForAppStore");
 
     // The store is not owned and must outlive this object.
@@ -41,7 +43,10 @@ public:
     // A new list with the platform's default exclusions.
     static QStringList getExcludedFolders();
 
-    QVariant value(const QString& key) const; // stored value, else the registered default
+    // The stored value, else the registered default. When the key has a default, the stored
+    // value comes back in the default's type (an INI file gives text for numbers and flags,
+    // a single text for a one-entry list, and nothing at all for an emptied list).
+    QVariant value(const QString& key) const;
     void setValue(const QString& key, const QVariant& value);
     void remove(const QString& key);
     bool contains(const QString& key) const; // stored (not registered)
@@ -53,10 +58,21 @@ public:
     int autoSelectOption() const;
     qint64 minimumFileSize() const;
     int fileSizeUnit() const;
-    QStringList excludedFolders() const; // a missing value means no exclusions
+    QString appVersion() const;
+    QString phoneNumber() const;
+    QStringList excludedFolders() const; // a stored empty list stays empty
     void setExcludedFolders(const QStringList& folders);
 
-    // The minimum size in bytes: minimumFileSize << 10, once more when fileSizeUnit is 1.
+    void setDoNotShowConfirmationDialogOnTrash(bool on) { setValue(kDoNotShowConfirmationDialogOnTrash, on); }
+    void setAutoMarkPhotos(bool on) { setValue(kAutoMarkPhotos, on); }
+    void setDoNotShowAutoMarkDialog(bool on) { setValue(kDoNotShowAutoMarkDialog, on); }
+    void setAutoSelectOption(int option) { setValue(kAutoSelectOption, option); }
+    void setMinimumFileSize(qint64 size) { setValue(kMinimumFileSize, size); }
+    void setFileSizeUnit(int unit) { setValue(kFileSizeUnit, unit); }
+    void setAppVersion(const QString& version) { setValue(kAppVersion, version); }
+
+    // The minimum size in bytes: minimumFileSize << 10, once more when fileSizeUnit is 1
+    // (any other unit counts as KB). A negative size counts as 0.
     quint64 minimumFileSizeInBytes() const;
 
     QSettings* store() const { return m_store; }

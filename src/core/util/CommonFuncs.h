@@ -21,8 +21,10 @@ public:
     static bool validateEmail(const QString& email);
     // "MMM dd, yyyy hh:mm:ss a"; empty for no date.
     static QString getDateTimeStringFromDate(const QDateTime& date);
-    // "%04d%02d%02dT%02d%02d" in the current calendar.
+    // "%04d%02d%02dT%02d%02d" in the current calendar; empty for no date.
     static QString getDateInFormatNEW(const QDateTime& date);
+    // A record's date (seconds since 1970, 0 = none) as a local date; invalid for none.
+    static QDateTime dateFromSeconds(double secondsSince1970);
 
     static bool isPkgPhotoLib(const QByteArray& libraryPath);
     // "masters" when the library's major version is "9" and the folder exists; else empty.
@@ -37,8 +39,10 @@ public:
     // The streamed MD5 of a regular file as 32 lower-case hex digits; empty when the file
     // cannot be read or the abort flag was set. Logs "############# MD5 coming NIL for file:
     // %@ #############" (and "abortFlag true!!", "Aborted!!" when aborted).
-    static QByteArray getFileMD5UsingStreamWithAbortFlag(const QByteArray& path, const std::atomic<bool>* abortFlag);
+    static QByteArray getFileMD5UsingStreamWithAbortFlag(const QByteArray& path,
+                                                         const std::atomic<bool>* abortFlag);
 };
 
 // The plain digest function under getFileMD5UsingStreamWithAbortFlag; chunkSize 0 means 4,096.
-QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize, const std::atomic<bool>* abortFlag);
+QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
+                                     const std::atomic<bool>* abortFlag);

@@ -1,0 +1,173 @@
+#include "util/CommonFuncs.h"
+
+#include "platform/Platform.h"
+#include "util/PathUtils.h"
+
+#include <QFile>
+#include <QLocale>
+#include <QRegularExpression>
+#include <QStringList>
+#include <QTimeZone>
+#include <cmath>
+#include <cstdlib>
+#include <limits>
+#include <plist/plist.h>
+
+QString CommonFuncs::getSizeInUnits(quint64 bytes)
+{
+    // Past "TB" the steps go on, so even the largest byte count reads sensibly.
+    static const char* const units[] = {"bytes", "KB", "MB", "GB", "TB", "PB", "EB"};
+    constexpr int lastUnit = int(std::size(units)) - 1;
+    double value = double(bytes);
+    int index = 0;
+    while (value >= 1000.0 && index < lastUnit) {
+        value /= 1000.0;
+        ++index;
+    }
+    const QString unit = QLatin1String(units[index]);
+    if (value == 0.0)
+        return QStringLiteral("0 %1").arg(unit);
+    // The unit is chosen before rounding, so 999,999 bytes read "1000.00 KB".
+    const QString number = QString::asprintf(index == 0 ? "%4.0f" : "%4.2f", value);
+    return (number + QLatin1Char(' ') + unit).trimmed();
+}
+
+QVariantMap CommonFuncs::getSizeAndSizeUnitFor(quint64 bytes, int fractionDigit)
+{
+    Q_UNUSED(fractionDigit);
+    const QStringList parts = getSizeInUnits(bytes).split(QLatin1Char(' '));
+    if (parts.size() != 2)
+        return {};
+    return {{QStringLiteral("size"), parts.at(0)}, {QStringLiteral("unit"), parts.at(1)}};
+}
+
+bool CommonFuncs::validateEmail(const QString& email)
+{
+    // Whole-text match, case-sensitive: capital letters fail.
+    static const QRegularExpression pattern(QRegularExpression::anchoredPattern(QStringLiteral(
+        R"re((?:[a-z0-9!#$%\&'*+/=?\^_`{|}~-]+(?:\.[a-z0-9!#$%\&'*+/=?\^_`{|}~-]+)*|"(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21\x23-\x5b\x5d-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])*")@(?:(?:[a-z0-9](?:[a-z0-9-]*[a-z0-9])?\.)+[a-z0-9](?:[a-z0-9-]*[a-z0-9])?|\[(?:(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\.){3}(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?|[a-z0-9-]*[a-z0-9]:(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21-\x5a\x53-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])+)\]))re")));
+    return pattern.match(email).hasMatch();
+}
+
+QString CommonFuncs::getDateTimeStringFromDate(const QDateTime& date)
+{
+    if (!date.isValid())
+        return {};
+    // Twelve-hour clock with AM/PM, English month names whatever the user's locale.
+    return QLocale::c().toString(date.toLocalTime(), QStringLiteral("MMM dd, yyyy hh:mm:ss AP"));
+}
+
+QString CommonFuncs::getDateInFormatNEW(const QDateTime& date)
+{
+    if (!date.isValid())
+        return {};
+    const QDateTime local = date.toLocalTime();
+    const QDate d = local.date();
+    const QTime t = local.time();
+    return QString::asprintf("%04d%02d%02dT%02d%02d", d.year(), d.month(), d.day(), t.hour(), t.minute());
+}
+
+QDateTime CommonFuncs::dateFromSeconds(double secondsSince1970)
+{
+    if (secondsSince1970 == 0 || !std::isfinite(secondsSince1970))
+        return {};
+    return QDateTime::fromMSecsSinceEpoch(qint64(std::llround(secondsSince1970 * 1000.0)));
+}
+
+namespace {
+
+// The value under "Application Version" of the library's AlbumData.xml (XML or binary
+// property list); nothing when the file is missing or unreadable.
+std::optional<QString> albumDataApplicationVersion(const QByteArray& libraryPath)
+{
+    const std::optional<QByteArray> xmlPath =
+        PathUtils::resolveIgnoringCase(libraryPath, QByteArrayLiteral("AlbumData.xml"));
+    if (!xmlPath)
+        return std::nullopt;
+    QFile file(QFile::decodeName(*xmlPath));
+    if (!file.open(QIODevice::ReadOnly) || file.size() > qint64(std::numeric_limits<uint32_t>::max()))
+        return std::nullopt;
+    const QByteArray data = file.readAll();
+    plist_t root = nullptr;
+    plist_from_memory(data.constData(), uint32_t(data.size()), &root);
+    if (!root)
+        return std::nullopt;
+    std::optional<QString> version;
+    if (plist_get_node_type(root) == PLIST_DICT) {
+        plist_t item = plist_dict_get_item(root, "Application Version");
+        if (item && plist_get_node_type(item) == PLIST_STRING) {
+            char* text = nullptr;
+            plist_get_string_val(item, &text);
+            if (text) {
+                version = QString::fromUtf8(text);
+                std::free(text);
+            }
+        }
+    }
+    plist_free(root);
+    return version;
+}
+
+} // namespace
+
+QString CommonFuncs::getPhotoLibraryVersion(const QByteArray& libraryPath)
+{
+    const std::optional<QString> version = albumDataApplicationVersion(libraryPath);
+    if (!version)
+        return {};
+    return getPhotoLibraryMajorVersion(*version);
+}
+
+QString CommonFuncs::getPhotoLibraryMajorVersion(const QString& version)
+{
+    return version.section(QLatin1Char('.'), 0, 0);
+}
+
+QString CommonFuncs::photoLibrary_MastersOrOriginal(const QByteArray& libraryPath)
+{
+    if (getPhotoLibraryMajorVersion(getPhotoLibraryVersion(libraryPath)) != QLatin1String("9"))
+        return {};
+    const std::optional<QByteArray> masters =
+        PathUtils::resolveIgnoringCase(libraryPath, QByteArrayLiteral("masters"));
+    if (!masters || !PathUtils::isDirectory(*masters))
+        return {};
+    return QStringLiteral("masters");
+}
+
+bool CommonFuncs::isPkgPhotoLib(const QByteArray& libraryPath)
+{
+    if (!PathUtils::resolveIgnoringCase(libraryPath, QByteArrayLiteral("AlbumData.xml")))
+        return false;
+    const QString folder = photoLibrary_MastersOrOriginal(libraryPath);
+    if (folder.isEmpty())
+        return false;
+    const std::optional<QByteArray> found = PathUtils::resolveIgnoringCase(libraryPath, folder.toUtf8());
+    return found && PathUtils::isDirectory(*found);
+}
+
+bool CommonFuncs::isiPhotoLibrary9AndAbove(const QByteArray& libraryPath)
+{
+    const QString version = getPhotoLibraryVersion(libraryPath);
+    if (version.isEmpty())
+        return false;
+    const QString major = getPhotoLibraryMajorVersion(version);
+    return major != QLatin1String("8") && major != QLatin1String("7");
+}
+
+bool CommonFuncs::checkAppOpen(const QString& bundleIdentifier)
+{
+    return Platform::isApplicationRunning(bundleIdentifier);
+}
+
+QByteArray CommonFuncs::getDataBasePathForPhotosLib(const QByteArray& libraryPath)
+{
+    static const char* const candidates[] = {"database/apdb/Library.apdb", "database/Library.apdb",
+                                             "database/apdb/photos.db"};
+    for (const char* relative : candidates) {
+        if (const std::optional<QByteArray> found = PathUtils::resolveIgnoringCase(libraryPath, relative))
+            return *found;
+    }
+    // The last choice is answered even when it is missing.
+    const QByteArray last = QByteArrayLiteral("database/photos.db");
+    return PathUtils::resolveIgnoringCase(libraryPath, last).value_or(PathUtils::join(libraryPath, last));
+}
