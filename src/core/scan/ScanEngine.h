@@ -2,6 +2,7 @@
 
 #include "model/FilePathNode.h"
 #include "model/ScanResult.h"
+#include "scan/ScanOptions.h"
 
 #include <QObject>
 #include <QString>
@@ -19,8 +20,10 @@ class ScanEngine : public QObject
 {
     Q_OBJECT
 public:
-    static inline const QString kOnlyOneItemMessage = QStringLiteral("Only one item detected in the selected path(s).");
-    static inline const QString kOnlyOneItemHint = QStringLiteral("Hint: Please try scanning another path for duplicates.");
+    static inline const QString kOnlyOneItemMessage =
+        QStringLiteral("Only one item detected in the selected path(s).");
+    static inline const QString kOnlyOneItemHint =
+        QStringLiteral("Hint: Please try scanning another path for duplicates.");
 
     ScanEngine(Settings& settings, AlertPresenter* alerts, QObject* parent = nullptr);
     ~ScanEngine() override; // aborts a running scan and waits for its worker
@@ -29,8 +32,14 @@ public:
     // entry is ticked.
     static bool scanPathButtonState(const std::vector<FilePathNode>& arrPathNodes);
 
+    // Options for the next scans (minimum size, exclusions, cache, hashing threads).
+    void setOptions(const ScanOptions& options);
+    ScanOptions options() const;
+
     // Starts a scan of the ticked entries; false (nothing started) when scanPathButtonState
-    // says no or a scan is already running.
+    // says no (the refusal alert kOnlyOneItemMessage is then shown through the presenter,
+    // when there is one) or a scan is already running. Reads the minimum size and the
+    // exclusions from the settings (unless the options override them) on the calling thread.
     bool startScanning(const std::vector<FilePathNode>& arrPathNodes);
     void abortScanning();
     bool isScanning() const;
@@ -44,6 +53,9 @@ public:
     // The outcome of the last scan, once finished() has been emitted.
     ScanResult* result() const;
     std::unique_ptr<ScanResult> takeResult();
+
+    // "Days:%ld  Hour:%ld  Minutes:%ld  Seconds:%ld" of the absolute number of seconds.
+    static QString getTimeSpan(qint64 seconds);
 
 Q_SIGNALS:
     void finished(bool aborted);

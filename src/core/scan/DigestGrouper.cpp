@@ -1,0 +1,455 @@
+#include "scan/DigestGrouper.h"
+
+#include "app/AppGlobals.h"
+#include "model/ScanResult.h"
+#include "platform/FileAttributes.h"
+#include "scan/ScanEngine.h"
+#include "scan/ScanState.h"
+#include "util/CommonFuncs.h"
+#include "util/Log.h"
+#include "util/PathUtils.h"
+
+#include <QCryptographicHash>
+#include <QElapsedTimer>
+#include <QHash>
+
+#include <algorithm>
+#include <condition_variable>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <mutex>
+#include <string_view>
+#include <sys/stat.h>
+#include <thread>
+#include <unistd.h>
+#include <unordered_map>
+
+namespace {
+
+enum Status : quint8 {
+    Pending,    // nothing known yet
+    Cached,     // digest taken from the cache
+    Unreadable, // vanished, changed, not a regular file or unreadable: no digest
+    Digested,   // full digest computed
+    EdgesRead,  // first and last block read, digest still unknown
+    Unique,     // edges differ from every other file of its size: no full digest needed
+    NeedFull,   // full digest to compute
+};
+
+// Whether the file still is the regular file the walk recorded.
+bool stillSameFile(const FileInfoNode& node, FileAttributes& now)
+{
+    const auto a = FileAttributes::ofItem(node.filePath);
+    if (!a || !a->isRegular() || a->size != node.fileSize)
+        return false;
+    // The record's date may have been rounded by another reader; a change is far larger.
+    if (std::abs(a->modDate - node.modDate) > 1e-3)
+        return false;
+    now = *a;
+    return true;
+}
+
+bool unchangedSince(const QByteArray& path, const FileAttributes& before)
+{
+    const auto a = FileAttributes::ofItem(path);
+    return a && a->isRegular() && a->size == before.size && a->modDate == before.modDate &&
+           a->inode == before.inode;
+}
+
+bool preadFully(int fd, char* buffer, qint64 length, qint64 offset)
+{
+    while (length > 0) {
+        const ssize_t n = ::pread(fd, buffer, size_t(length), offset);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0)
+            return false;
+        buffer += n;
+        length -= n;
+        offset += n;
+    }
+    return true;
+}
+
+struct PackageEntry
+{
+    QByteArray name;
+    unsigned char type;
+};
+
+// Appends the digests of the files below dirfd/name to md5; false when aborted or unreadable.
+bool appendPackageDigests(int dirfd, const char* name, const QByteArray& path, QByteArray& md5,
+                          const std::atomic<bool>* abortFlag)
+{
+    const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0)
+        return false;
+    DIR* dir = ::fdopendir(fd);
+    if (!dir) {
+        ::close(fd);
+        return false;
+    }
+    std::vector<PackageEntry> entries;
+    while (struct dirent* e = ::readdir(dir)) {
+        const char* n = e->d_name;
+        if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0)))
+            continue;
+        entries.push_back({QByteArray(n), e->d_type});
+    }
+    std::sort(entries.begin(), entries.end(),
+              [](const PackageEntry& a, const PackageEntry& b) { return a.name < b.name; });
+    const int self = ::dirfd(dir);
+    bool ok = true;
+    for (const PackageEntry& entry : entries) {
+        if (entry.name == ".DS_Store" || entry.name == ".localized")
+            continue;
+        if (abortFlag->load()) {
+            ok = false;
+            break;
+        }
+        const QByteArray child = PathUtils::join(path, entry.name);
+        unsigned char type = entry.type;
+        if (type == DT_UNKNOWN) {
+            const auto a = FileAttributes::ofEntry(self, entry.name.constData());
+            type = !a ? DT_UNKNOWN : a->isDirectory() ? DT_DIR : a->isRegular() ? DT_REG : DT_LNK;
+        }
+        if (type == DT_DIR) {
+            if (!appendPackageDigests(self, entry.name.constData(), child, md5, abortFlag)) {
+                ok = false;
+                break;
+            }
+        } else if (type == DT_REG) {
+            const QByteArray digest = CommonFuncs::getFileMD5UsingStreamWithAbortFlag(child, abortFlag);
+            if (digest.isEmpty() || abortFlag->load()) {
+                ok = false;
+                break;
+            }
+            md5 += digest;
+        }
+        // Links and special files inside a package are neither followed nor read.
+    }
+    ::closedir(dir);
+    return ok;
+}
+
+} // namespace
+
+struct DigestGrouper::Work
+{
+    std::vector<FileInfoNode*> cand;                  // candidates in grouping order
+    std::vector<std::pair<quint32, quint32>> buckets; // [begin, end) in cand
+    std::vector<const CachedDigest*> cached;          // the cache's row, if any
+    std::vector<QByteArray> digest;                   // digest computed here
+    std::vector<quint64> edgeKey;                     // hash of the first and last blocks
+    std::unique_ptr<std::atomic<quint8>[]> status;
+    std::vector<quint32> jobs; // indexes to read (edges first, then full digests)
+    std::atomic<size_t> next{0};
+    std::mutex mutex;
+    std::condition_variable done;
+};
+
+DigestGrouper::DigestGrouper(ScanResult& result, ScanState& state, const ScanOptions& options,
+                             BatchWriter writeHashToFile)
+    : m_result(result), m_state(state), m_options(options), m_writeHashToFile(std::move(writeHashToFile))
+{}
+
+QByteArray DigestGrouper::calculateMd5ForPackageFile(const QByteArray& path,
+                                                     const std::atomic<bool>* abortFlag)
+{
+    QByteArray md5;
+    if (!appendPackageDigests(AT_FDCWD, path.constData(), path, md5, abortFlag))
+        return QByteArray();
+    return md5;
+}
+
+void DigestGrouper::readEdges(Work& work, size_t index) const
+{
+    FileInfoNode& node = *work.cand[index];
+    FileAttributes before;
+    quint8 outcome = Unreadable;
+    const int fd = stillSameFile(node, before)
+                       ? ::open(node.filePath.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
+                       : -1;
+    struct stat st;
+    if (fd >= 0 && ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && quint64(st.st_size) == node.fileSize) {
+        const qint64 size = qint64(node.fileSize);
+        char buffer[2 * kBlockSize];
+        if (size <= kBlockSize) {
+            // The whole file fits in the first block: its digest is complete.
+            char probe;
+            if (preadFully(fd, buffer, size, 0) && ::pread(fd, &probe, 1, size) == 0) {
+                work.digest[index] =
+                    QCryptographicHash::hash(QByteArrayView(buffer, size), QCryptographicHash::Md5).toHex();
+                outcome = Digested;
+            }
+        } else {
+            const qint64 tail = std::min<qint64>(kBlockSize, size - kBlockSize);
+            if (preadFully(fd, buffer, kBlockSize, 0) &&
+                preadFully(fd, buffer + kBlockSize, tail, size - tail)) {
+                work.edgeKey[index] =
+                    std::hash<std::string_view>{}(std::string_view(buffer, size_t(kBlockSize + tail)));
+                outcome = EdgesRead;
+            }
+        }
+    }
+    if (fd >= 0)
+        ::close(fd);
+    if (outcome != Unreadable && !unchangedSince(node.filePath, before)) {
+        outcome = Unreadable;
+        work.digest[index].clear();
+    }
+    work.status[index].store(outcome);
+}
+
+void DigestGrouper::digestFully(Work& work, size_t index) const
+{
+    FileInfoNode& node = *work.cand[index];
+    QByteArray digest;
+    if (node.isDirectory) {
+        digest = calculateMd5ForPackageFile(node.filePath, &m_state.abortMe);
+    } else {
+        FileAttributes before;
+        if (stillSameFile(node, before)) {
+            digest = CommonFuncs::getFileMD5UsingStreamWithAbortFlag(node.filePath, &m_state.abortMe);
+            if (!digest.isEmpty() && !unchangedSince(node.filePath, before))
+                digest.clear();
+        }
+    }
+    if (m_state.aborted())
+        digest.clear(); // the item being read when the scan was stopped gets no digest
+    {
+        std::lock_guard lock(work.mutex);
+        work.digest[index] = digest;
+        work.status[index].store(digest.isEmpty() ? Unreadable : Digested);
+    }
+    work.done.notify_all();
+}
+
+void DigestGrouper::runOnThreads(const std::function<void()>& job) const
+{
+    const int count = std::clamp(m_options.hashThreads, 1, 16);
+    std::vector<std::thread> threads;
+    for (int i = 1; i < count; ++i)
+        threads.emplace_back(job);
+    job();
+    for (std::thread& t : threads)
+        t.join();
+}
+
+void DigestGrouper::filterNodesWithSizeAndMd5()
+{
+    QElapsedTimer sizeTimer;
+    sizeTimer.start();
+    const std::vector<FileInfoNode*>& nodes = m_result.arrFileNodes;
+    const size_t n = nodes.size();
+
+    // Size buckets, in order of their first record; records in discovery order.
+    std::vector<quint32> bucketOf(n);
+    std::vector<quint32> counts;
+    quint64 totalSize = 0;
+    {
+        std::unordered_map<quint64, quint32> bucketBySize;
+        bucketBySize.reserve(n);
+        for (size_t i = 0; i < n; ++i) {
+            if (m_state.aborted())
+                break;
+            totalSize += nodes[i]->fileSize;
+            const auto [it, inserted] = bucketBySize.try_emplace(nodes[i]->fileSize, quint32(counts.size()));
+            if (inserted)
+                counts.push_back(0);
+            bucketOf[i] = it->second;
+            ++counts[it->second];
+        }
+    }
+    if (m_state.aborted())
+        return;
+    quillonLog(QStringLiteral("Total Files Size %1").arg(CommonFuncs::getSizeInUnits(totalSize)));
+    const qint64 sizeSeconds = sizeTimer.elapsed() / 1000;
+    quillonLog(QStringLiteral("Time Calculation in grouping with size %1")
+                   .arg(ScanEngine::getTimeSpan(sizeSeconds)));
+
+    QElapsedTimer md5Timer;
+    md5Timer.start();
+    Work work;
+    {
+        std::vector<quint32> offset(counts.size(), 0);
+        quint32 total = 0;
+        for (size_t b = 0; b < counts.size(); ++b) {
+            if (counts[b] < 2)
+                continue;
+            offset[b] = total;
+            work.buckets.emplace_back(total, total + counts[b]);
+            total += counts[b];
+        }
+        work.cand.resize(total);
+        for (size_t i = 0; i < n; ++i) {
+            const quint32 b = bucketOf[i];
+            if (counts[b] >= 2)
+                work.cand[offset[b]++] = nodes[i];
+            else
+                m_state.setCurrentFile(nodes[i]->filePath); // a size of its own: never read
+        }
+    }
+    bucketOf = {};
+    counts = {};
+
+    const size_t m = work.cand.size();
+    work.cached.assign(m, nullptr);
+    work.digest.resize(m);
+    work.edgeKey.assign(m, 0);
+    work.status = std::make_unique<std::atomic<quint8>[]>(m);
+    bool anyPackage = false;
+    for (size_t i = 0; i < m; ++i) {
+        FileInfoNode* node = work.cand[i];
+        anyPackage = anyPackage || node->isDirectory;
+        auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
+        if (!node->isMd5Calucaluted && it != AppGlobals::dictDataBaseFilesMd5.constEnd()) {
+            work.cached[i] = &it.value();
+            work.status[i].store(Cached);
+        } else if (node->isMd5Calucaluted) {
+            work.status[i].store(node->md5.isEmpty() ? Unreadable : Cached);
+        }
+    }
+
+    // A one-file package's digest is its file's digest, and groups are keyed by digest
+    // alone, so with packages about every file needs its full digest.
+    const bool prefilter = m_options.prefilter && !anyPackage;
+    if (prefilter) {
+        for (size_t i = 0; i < m; ++i)
+            if (work.status[i].load() == Pending)
+                work.jobs.push_back(quint32(i));
+        runOnThreads([&] {
+            for (;;) {
+                const size_t k = work.next.fetch_add(1);
+                if (k >= work.jobs.size() || m_state.aborted())
+                    return;
+                m_state.setCurrentFile(work.cand[work.jobs[k]]->filePath);
+                readEdges(work, work.jobs[k]);
+            }
+        });
+        for (const auto& [begin, end] : work.buckets) {
+            bool anyCached = false;
+            for (quint32 i = begin; i < end; ++i)
+                anyCached = anyCached || work.status[i].load() == Cached;
+            std::unordered_map<quint64, quint32> keyCount;
+            if (!anyCached)
+                for (quint32 i = begin; i < end; ++i)
+                    if (work.status[i].load() == EdgesRead)
+                        ++keyCount[work.edgeKey[i]];
+            for (quint32 i = begin; i < end; ++i) {
+                if (work.status[i].load() != EdgesRead)
+                    continue;
+                work.status[i].store(!anyCached && keyCount[work.edgeKey[i]] == 1 ? Unique : NeedFull);
+            }
+        }
+    } else {
+        for (size_t i = 0; i < m; ++i)
+            if (work.status[i].load() == Pending)
+                work.status[i].store(NeedFull);
+    }
+    work.edgeKey = {};
+
+    // Full digests on the hashing threads, taken in grouping order; the groups are formed
+    // here, in that order, as the digests arrive.
+    work.jobs.clear();
+    for (size_t i = 0; i < m; ++i)
+        if (work.status[i].load() == NeedFull)
+            work.jobs.push_back(quint32(i));
+    work.next = 0;
+    const auto hashJob = [&] {
+        for (;;) {
+            const size_t k = work.next.fetch_add(1);
+            if (k >= work.jobs.size() || m_state.aborted())
+                return;
+            digestFully(work, work.jobs[k]);
+        }
+    };
+    std::vector<std::thread> hashers;
+    if (!work.jobs.empty() && !m_state.aborted())
+        for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t)
+            hashers.emplace_back(hashJob);
+
+    QHash<QByteArray, DuplicateGroup*> dictMapMD5ToGroup;
+    std::vector<FileInfoNode*> batch;
+    batch.reserve(kBatchSize);
+    std::vector<bool> grouped(m, false);
+    for (size_t i = 0; i < m; ++i) {
+        if (m_state.aborted())
+            break;
+        FileInfoNode* node = work.cand[i];
+        m_state.setCurrentFile(node->filePath);
+        quint8 status = work.status[i].load();
+        if (status == NeedFull) {
+            std::unique_lock lock(work.mutex);
+            while ((status = work.status[i].load()) == NeedFull && !m_state.aborted())
+                work.done.wait_for(lock, std::chrono::milliseconds(50));
+            if (status == NeedFull)
+                break; // stopped before its digest came
+        }
+        grouped[i] = true;
+        if (status == Unique) {
+            // Proven unique: the one-member group the full digest would have made, no md5.
+            DuplicateGroup* group = m_result.addGroup();
+            group->groupSize = node->fileSize;
+            group->children.push_back(node);
+            group->filteredChildren.push_back(node);
+            node->parent = group;
+            batch.push_back(node);
+        } else {
+            if (status == Cached && work.cached[i]) {
+                node->md5 = work.cached[i]->fileMd5;
+            } else if (status == Digested) {
+                node->md5 = work.digest[i];
+            }
+            node->isMd5Calucaluted = true;
+            if (!node->md5.isEmpty()) {
+                auto it = dictMapMD5ToGroup.constFind(node->md5);
+                if (it != dictMapMD5ToGroup.constEnd()) {
+                    DuplicateGroup* group = it.value();
+                    node->parent = group;
+                    m_state.countDup.fetch_add(1, std::memory_order_relaxed);
+                    m_state.sizeDup.fetch_add(node->fileSize, std::memory_order_relaxed);
+                    group->groupSize += node->fileSize;
+                    group->filteredChildren.push_back(node);
+                    group->children.push_back(node);
+                } else {
+                    DuplicateGroup* group = m_result.addGroup();
+                    node->parent = group;
+                    group->groupSize = node->fileSize;
+                    group->children.push_back(node);
+                    group->filteredChildren.push_back(node);
+                    dictMapMD5ToGroup.insert(node->md5, group);
+                }
+            }
+            batch.push_back(node);
+        }
+        if (batch.size() >= size_t(kBatchSize)) {
+            m_writeHashToFile(batch);
+            batch.clear();
+        }
+    }
+    for (std::thread& t : hashers)
+        t.join();
+
+    // After a stop, digests already computed for records not yet grouped still go to the
+    // cache; the records stay out of the groups.
+    for (size_t i = 0; i < m; ++i) {
+        if (grouped[i] || work.status[i].load() != Digested || work.digest[i].isEmpty())
+            continue;
+        work.cand[i]->md5 = work.digest[i];
+        work.cand[i]->isMd5Calucaluted = true;
+        batch.push_back(work.cand[i]);
+    }
+    for (size_t begin = 0; begin < batch.size(); begin += size_t(kBatchSize)) {
+        const auto first = batch.begin() + qsizetype(begin);
+        m_writeHashToFile(std::vector<FileInfoNode*>(
+            first, first + qsizetype(std::min(batch.size() - begin, size_t(kBatchSize)))));
+    }
+
+    m_result.countDup = m_state.countDup.load();
+    m_result.sizeDup = m_state.sizeDup.load();
+    const qint64 md5Seconds = sizeSeconds + md5Timer.elapsed() / 1000;
+    quillonLog(
+        QStringLiteral("Time Calculation in grouping with Md5 %1").arg(ScanEngine::getTimeSpan(md5Seconds)));
+}

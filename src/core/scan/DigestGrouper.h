@@ -1,0 +1,52 @@
+#pragma once
+
+#include "scan/ScanOptions.h"
+
+#include <QByteArray>
+#include <functional>
+#include <vector>
+
+class ScanState;
+struct FileInfoNode;
+struct ScanResult;
+
+// Groups the records of a scan: by byte size, then by content digest (cached, or computed on
+// the hashing threads), into DuplicateGroups keyed by digest alone.
+//
+// The outcome is what one thread computing every full digest in order would give: the
+// candidates are taken bucket by bucket (buckets in order of their first record, records in
+// discovery order) and joined to groups in that order, whatever order the hashing threads
+// finish in. A file whose first and last 4 KiB differ from those of every other file of its
+// size (none of them cached) cannot share a digest, so it is not fully read: it gets a
+// one-member group of its own, exactly where the full digest would have created one, but no
+// md5 (and isMd5Calucaluted stays false). arrMainGroup therefore has the same groups in the
+// same order; the hand-off drops one-member groups anyway.
+class DigestGrouper
+{
+public:
+    using BatchWriter = std::function<void(const std::vector<FileInfoNode*>&)>;
+
+    DigestGrouper(ScanResult& result, ScanState& state, const ScanOptions& options,
+                  BatchWriter writeHashToFile);
+
+    void filterNodesWithSizeAndMd5();
+
+    // A package's digest: the digests of all its files, concatenated in sorted listing order,
+    // subfolders descended, ".DS_Store" and ".localized" skipped, other hidden files included.
+    // Empty when aborted or when one of its files cannot be read.
+    static QByteArray calculateMd5ForPackageFile(const QByteArray& path, const std::atomic<bool>* abortFlag);
+
+    static constexpr int kBatchSize = 1000;
+    static constexpr qint64 kBlockSize = 4096;
+
+private:
+    struct Work;
+    void readEdges(Work& work, size_t index) const;
+    void digestFully(Work& work, size_t index) const;
+    void runOnThreads(const std::function<void()>& job) const;
+
+    ScanResult& m_result;
+    ScanState& m_state;
+    ScanOptions m_options;
+    BatchWriter m_writeHashToFile;
+};

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <QByteArray>
+#include <QRegularExpression>
+#include <QStringList>
+#include <optional>
+
+// The exclusion test of a scan: a path is excluded when it equals an excluded folder or lies
+// anywhere below it, letter case ignored. The folders go into one pattern unescaped, so
+// pattern characters in them keep their pattern meaning.
+class PathExclusion
+{
+public:
+    // Builds the pattern from the folders; an empty list excludes nothing.
+    void makeRegExDirPath(const QStringList& excludedFolders);
+    bool isPathExcluded(const QByteArray& path) const;
+
+    // The pattern text, "((F1|(F1\/(.*)))|(F2|(F2\/(.*))))"; empty when nothing is excluded.
+    QString pattern() const { return m_pattern; }
+
+private:
+    QString m_pattern;
+    std::optional<QRegularExpression> regExPathDir;
+};

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <QStringList>
+#include <optional>
+
+// How one scan runs beyond the user's settings. The defaults give the application's scan;
+// quillon-scan overrides the minimum size, the exclusions and the cache.
+struct ScanOptions
+{
+    std::optional<quint64> minimumFileSize;     // bytes; unset: the settings' minimum size
+    std::optional<QStringList> excludedFolders; // unset: the settings' "excludedFolders"
+    bool useCache = true;                       // false: the three cache steps are skipped
+    int hashThreads = 2;                        // threads that read and digest files
+    // Skips the full digest of a file whose first and last blocks differ from those of every
+    // other file of its size. Never changes a group of two or more, nor the counts.
+    bool prefilter = true;
+};
