@@ -1,0 +1,247 @@
+#include "CommandLine.h"
+
+#include <cerrno>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+// The value of an option given as "--name VALUE" or "--name=VALUE".
+bool takeValue(const QByteArray& arg, const char* name, int& i, int argc, char** argv, QByteArray& value,
+               bool& missing)
+{
+    const QByteArray option(name);
+    if (arg == option) {
+        if (i + 1 >= argc) {
+            missing = true;
+            return true;
+        }
+        value = QByteArray(argv[++i]);
+        return true;
+    }
+    if (arg.startsWith(option + '=')) {
+        value = arg.mid(option.size() + 1);
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::optional<quint64> CommandLine::parseSize(const QByteArray& text)
+{
+    QByteArray t = text.trimmed();
+    qsizetype digits = 0;
+    while (digits < t.size() && t.at(digits) >= '0' && t.at(digits) <= '9')
+        ++digits;
+    if (digits == 0)
+        return std::nullopt;
+    bool ok = false;
+    const quint64 number = t.left(digits).toULongLong(&ok);
+    if (!ok)
+        return std::nullopt;
+    const QByteArray suffix = t.mid(digits).toUpper();
+    int shift = 0;
+    if (!suffix.isEmpty() && suffix != "B") {
+        const char unit = suffix.at(0);
+        const QByteArray rest = suffix.mid(1);
+        if (rest != "" && rest != "B" && rest != "IB")
+            return std::nullopt;
+        switch (unit) {
+        case 'K':
+            shift = 10;
+            break;
+        case 'M':
+            shift = 20;
+            break;
+        case 'G':
+            shift = 30;
+            break;
+        case 'T':
+            shift = 40;
+            break;
+        default:
+            return std::nullopt;
+        }
+    }
+    if (shift > 0 && number > (~quint64(0) >> shift))
+        return std::nullopt;
+    return number << shift;
+}
+
+QByteArray CommandLine::absolutePath(const QByteArray& path)
+{
+    QByteArray full = path;
+    if (!full.startsWith('/')) {
+        std::vector<char> cwd(4096);
+        while (!::getcwd(cwd.data(), cwd.size()) && errno == ERANGE)
+            cwd.resize(cwd.size() * 2);
+        full = QByteArray(cwd.data()) + '/' + path;
+    }
+    QList<QByteArray> parts;
+    for (const QByteArray& part : full.split('/')) {
+        if (part.isEmpty() || part == ".")
+            continue;
+        if (part == "..") {
+            if (!parts.isEmpty())
+                parts.removeLast();
+            continue;
+        }
+        parts << part;
+    }
+    QByteArray out;
+    for (const QByteArray& part : parts)
+        out += '/' + part;
+    return out.isEmpty() ? QByteArray("/") : out;
+}
+
+std::optional<CommandLine> CommandLine::parse(int argc, char** argv, QString& error)
+{
+    CommandLine cl;
+    bool noExclude = false;
+    QStringList excludes;
+    bool optionsEnded = false;
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray arg(argv[i]);
+        if (optionsEnded || !arg.startsWith('-') || arg == "-") {
+            cl.paths << absolutePath(arg);
+            continue;
+        }
+        if (arg == "--") {
+            optionsEnded = true;
+            continue;
+        }
+        QByteArray value;
+        bool missing = false;
+        if (arg == "-h" || arg == "--help") {
+            cl.help = true;
+        } else if (arg == "-q" || arg == "--quiet") {
+            cl.quiet = true;
+        } else if (arg == "--json") {
+            cl.json = true;
+        } else if (arg == "--no-cache") {
+            cl.noCache = true;
+        } else if (arg == "--no-exclude") {
+            noExclude = true;
+        } else if (takeValue(arg, "--min-size", i, argc, argv, value, missing)) {
+            if (missing) {
+                error = QStringLiteral("option --min-size needs a size");
+                return std::nullopt;
+            }
+            cl.minimumFileSize = parseSize(value);
+            if (!cl.minimumFileSize) {
+                error = QStringLiteral("invalid size '%1' (examples: 0, 500, 10K, 1M)")
+                            .arg(QString::fromUtf8(value));
+                return std::nullopt;
+            }
+        } else if (takeValue(arg, "--exclude", i, argc, argv, value, missing)) {
+            if (missing || value.isEmpty()) {
+                error = QStringLiteral("option --exclude needs a folder");
+                return std::nullopt;
+            }
+            excludes << QString::fromUtf8(absolutePath(value));
+        } else if (takeValue(arg, "--cache", i, argc, argv, value, missing)) {
+            if (missing || value.isEmpty()) {
+                error = QStringLiteral("option --cache needs a file");
+                return std::nullopt;
+            }
+            cl.cacheFile = absolutePath(value);
+        } else {
+            error = QStringLiteral("unknown option '%1'").arg(QString::fromUtf8(arg));
+            return std::nullopt;
+        }
+    }
+    if (cl.help)
+        return cl;
+    if (noExclude && !excludes.isEmpty()) {
+        error = QStringLiteral("--exclude and --no-exclude cannot be used together");
+        return std::nullopt;
+    }
+    if (cl.noCache && cl.cacheFile) {
+        error = QStringLiteral("--cache and --no-cache cannot be used together");
+        return std::nullopt;
+    }
+    if (noExclude)
+        cl.excludedFolders = QStringList();
+    else if (!excludes.isEmpty())
+        cl.excludedFolders = excludes;
+    if (cl.paths.isEmpty()) {
+        error = QStringLiteral("no path given");
+        return std::nullopt;
+    }
+    return cl;
+}
+
+QString CommandLine::helpText()
+{
+    return QStringLiteral(R"(NAME
+    quillon-scan - find files with identical contents
+
+SYNOPSIS
+    quillon-scan [options] PATH...
+
+DESCRIPTION
+    Scans the given folders and files, groups them by exact byte size, then by the MD5
+    digest of their contents, and lists every group of two or more identical items. The
+    paths are scanned like the ticked entries of Quillon's scan list: a scan needs one
+    folder or at least two other items. Hidden files and folders (names beginning with
+    "."), symbolic links and special files are skipped; application bundles and other
+    packages count as one item each.
+
+    Digests are kept in Quillon's cache database, so a file whose path and modification
+    date are unchanged is not read again on the next scan. Nothing is deleted or changed.
+
+OPTIONS
+    --min-size SIZE
+        Skip files smaller than SIZE bytes. SIZE is a whole number with an optional suffix
+        K, M, G or T (powers of 1,024): 0, 500, 10K, 1M. Default: the minimum file size of
+        Quillon's preferences.
+
+    --exclude DIR
+        Skip the folder DIR and everything below it (letter case ignored). Repeatable;
+        replaces the excluded folders of Quillon's preferences. DIR is used as a regular
+        expression, as in the preferences.
+
+    --no-exclude
+        Exclude nothing.
+
+    --cache FILE
+        Use FILE as the cache database (created from the empty database when missing).
+
+    --no-cache
+        Neither read nor write a cache database: every candidate file is read.
+
+    --json
+        Print the result as one JSON object instead of text.
+
+    -q, --quiet
+        No progress display. By default, when standard error is a terminal, a one-line
+        progress display is kept up to date there.
+
+    -h, --help
+        Show this help.
+
+OUTPUT
+    Text: each group of identical items, one path per line, groups separated by one blank
+    line, the group that frees the most space first (ties by first path). Then a summary on
+    standard error: the files scanned and their size, the duplicates and the space that
+    removing them would free.
+
+    JSON: {"scanned", "scannedBytes", "duplicates", "reclaimableBytes", "groups": [{"md5",
+    "size", "paths": [...]}]}, groups in the same order. A path that is valid UTF-8 is a JSON
+    string; any other path is an object {"base64": "..."} holding its bytes in base64.
+
+EXIT STATUS
+    0    the scan completed
+    2    bad usage, a path that does not exist, or nothing to compare ("Only one item
+         detected in the selected path(s).")
+    130  interrupted (SIGINT); the groups found so far are printed and the digests
+         computed so far are stored in the cache
+
+FILES
+    $XDG_CACHE_HOME/Quillon.db (default ~/.cache/Quillon.db)
+        the cache database
+    $XDG_CONFIG_HOME/Quillon/Quillon.conf (default ~/.config/Quillon/Quillon.conf)
+        Quillon's preferences: "minimumFileSize", "fileSizeUnit", "excludedFolders"
+)");
+}

@@ -1,0 +1,173 @@
+#include "ResultWriter.h"
+
+#include "model/ScanResult.h"
+#include "util/CommonFuncs.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace {
+
+quint64 reclaimable(const DuplicateGroup& group)
+{
+    // Keeping one member frees the rest.
+    return group.groupSize - group.children.front()->fileSize;
+}
+
+} // namespace
+
+std::vector<const DuplicateGroup*> ResultWriter::sortedGroups(const ScanResult& result)
+{
+    std::vector<const DuplicateGroup*> groups;
+    for (const DuplicateGroup* group : result.arrMainGroup)
+        if (group->children.size() >= 2)
+            groups.push_back(group);
+    std::stable_sort(groups.begin(), groups.end(), [](const DuplicateGroup* a, const DuplicateGroup* b) {
+        const quint64 ra = reclaimable(*a), rb = reclaimable(*b);
+        if (ra != rb)
+            return ra > rb;
+        return a->children.front()->filePath < b->children.front()->filePath;
+    });
+    return groups;
+}
+
+QByteArray ResultWriter::text(const ScanResult& result)
+{
+    QByteArray out;
+    bool first = true;
+    for (const DuplicateGroup* group : sortedGroups(result)) {
+        if (!first)
+            out += '\n';
+        first = false;
+        for (const FileInfoNode* node : group->children) {
+            out += node->filePath;
+            out += '\n';
+        }
+    }
+    return out;
+}
+
+bool ResultWriter::isValidUtf8(const QByteArray& bytes)
+{
+    const auto* s = reinterpret_cast<const unsigned char*>(bytes.constData());
+    const qsizetype n = bytes.size();
+    qsizetype i = 0;
+    while (i < n) {
+        const unsigned char c = s[i];
+        if (c < 0x80) {
+            ++i;
+            continue;
+        }
+        int length;
+        unsigned min;
+        unsigned cp;
+        if ((c & 0xE0) == 0xC0) {
+            length = 2, min = 0x80, cp = c & 0x1F;
+        } else if ((c & 0xF0) == 0xE0) {
+            length = 3, min = 0x800, cp = c & 0x0F;
+        } else if ((c & 0xF8) == 0xF0) {
+            length = 4, min = 0x10000, cp = c & 0x07;
+        } else {
+            return false;
+        }
+        if (i + length > n)
+            return false;
+        for (int k = 1; k < length; ++k) {
+            if ((s[i + k] & 0xC0) != 0x80)
+                return false;
+            cp = (cp << 6) | (s[i + k] & 0x3F);
+        }
+        // Overlong forms, UTF-16 surrogates and values past U+10FFFF are not UTF-8.
+        if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
+            return false;
+        i += length;
+    }
+    return true;
+}
+
+QByteArray ResultWriter::jsonString(const QByteArray& utf8)
+{
+    QByteArray out;
+    out.reserve(utf8.size() + 2);
+    out += '"';
+    for (const char ch : utf8) {
+        const auto c = static_cast<unsigned char>(ch);
+        switch (c) {
+        case '"':
+            out += "\\\"";
+            break;
+        case '\\':
+            out += "\\\\";
+            break;
+        case '\n':
+            out += "\\n";
+            break;
+        case '\r':
+            out += "\\r";
+            break;
+        case '\t':
+            out += "\\t";
+            break;
+        case '\b':
+            out += "\\b";
+            break;
+        case '\f':
+            out += "\\f";
+            break;
+        default:
+            if (c < 0x20 || c == 0x7F) {
+                char escaped[8];
+                std::snprintf(escaped, sizeof escaped, "\\u%04x", c);
+                out += escaped;
+            } else {
+                out += ch;
+            }
+        }
+    }
+    out += '"';
+    return out;
+}
+
+QByteArray ResultWriter::jsonPath(const QByteArray& path)
+{
+    if (isValidUtf8(path))
+        return jsonString(path);
+    return "{\"base64\": \"" + path.toBase64() + "\"}";
+}
+
+QByteArray ResultWriter::json(const ScanResult& result)
+{
+    QByteArray out;
+    out += "{\n  \"scanned\": " + QByteArray::number(result.countScanned);
+    out += ",\n  \"scannedBytes\": " + QByteArray::number(result.totSizeScanned);
+    out += ",\n  \"duplicates\": " + QByteArray::number(result.countDup);
+    out += ",\n  \"reclaimableBytes\": " + QByteArray::number(result.sizeDup);
+    out += ",\n  \"groups\": [";
+    bool firstGroup = true;
+    for (const DuplicateGroup* group : sortedGroups(result)) {
+        out += firstGroup ? "\n" : ",\n";
+        firstGroup = false;
+        out += "    {\"md5\": " + jsonString(group->children.front()->md5);
+        out += ", \"size\": " + QByteArray::number(group->children.front()->fileSize);
+        out += ", \"paths\": [";
+        bool firstPath = true;
+        for (const FileInfoNode* node : group->children) {
+            out += firstPath ? "" : ", ";
+            firstPath = false;
+            out += jsonPath(node->filePath);
+        }
+        out += "]}";
+    }
+    out += firstGroup ? "]\n}\n" : "\n  ]\n}\n";
+    return out;
+}
+
+QByteArray ResultWriter::summary(const ScanResult& result)
+{
+    QByteArray out;
+    out += "Scanned: " + QByteArray::number(result.countScanned) + " files, " +
+           CommonFuncs::getSizeInUnits(result.totSizeScanned).toUtf8() + '\n';
+    out += "Duplicates: " + QByteArray::number(result.countDup) + " files, " +
+           CommonFuncs::getSizeInUnits(result.sizeDup).toUtf8() + " reclaimable\n";
+    return out;
+}

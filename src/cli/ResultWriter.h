@@ -1,0 +1,26 @@
+#pragma once
+
+#include <QByteArray>
+#include <vector>
+
+struct DuplicateGroup;
+struct ScanResult;
+
+// Writes the outcome of a scan as text or JSON.
+class ResultWriter
+{
+public:
+    // The groups of two or more members, the one that frees the most space first, ties by
+    // the first path (byte order).
+    static std::vector<const DuplicateGroup*> sortedGroups(const ScanResult& result);
+
+    static QByteArray text(const ScanResult& result);
+    static QByteArray json(const ScanResult& result);
+    // The summary lines for standard error, sizes in the application's size texts.
+    static QByteArray summary(const ScanResult& result);
+
+    // A path as a JSON value: a string when it is valid UTF-8, else {"base64": "..."}.
+    static QByteArray jsonPath(const QByteArray& path);
+    static QByteArray jsonString(const QByteArray& utf8);
+    static bool isValidUtf8(const QByteArray& bytes);
+};

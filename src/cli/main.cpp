@@ -1,0 +1,168 @@
+// quillon-scan: the scan engine of Quillon on the command line.
+
+#include "CommandLine.h"
+#include "ResultWriter.h"
+
+#include "app/AppGlobals.h"
+#include "app/Settings.h"
+#include "cache/SqliteDBOperations.h"
+#include "scan/ScanEngine.h"
+#include "util/CommonFuncs.h"
+#include "util/PathUtils.h"
+
+#include <QCoreApplication>
+#include <QLoggingCategory>
+#include <QTimer>
+
+#include <atomic>
+#include <csignal>
+#include <cstdio>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+namespace {
+
+constexpr int kExitUsage = 2;
+constexpr int kExitInterrupted = 130;
+
+std::atomic<bool> g_interrupted{false};
+static_assert(std::atomic<bool>::is_always_lock_free);
+
+extern "C" void onInterrupt(int)
+{
+    // Signal-safe: only a lock-free atomic store. A second Ctrl-C ends the process
+    // (SA_RESETHAND restored the default action).
+    g_interrupted.store(true);
+}
+
+void writeAll(FILE* stream, const QByteArray& bytes)
+{
+    std::fwrite(bytes.constData(), 1, size_t(bytes.size()), stream);
+    std::fflush(stream);
+}
+
+void error(const QString& message)
+{
+    writeAll(stderr, "quillon-scan: " + message.toUtf8() + '\n');
+}
+
+int terminalWidth()
+{
+    struct winsize ws;
+    if (::ioctl(STDERR_FILENO, TIOCGWINSZ, &ws) == 0 && ws.ws_col > 0)
+        return ws.ws_col;
+    return 80;
+}
+
+// One line, rewritten in place: counts, sizes and the item being processed.
+void showProgress(const ScanEngine& engine)
+{
+    QString line = QStringLiteral("%1 files (%2), %3 duplicates (%4)  ")
+                       .arg(engine.countScanned())
+                       .arg(CommonFuncs::getSizeInUnits(engine.totSizeScanned()))
+                       .arg(engine.countDup())
+                       .arg(CommonFuncs::getSizeInUnits(engine.sizeDup()));
+    const int room = terminalWidth() - 1 - int(line.size());
+    QString current = PathUtils::toDisplay(engine.currentFile());
+    current.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    if (room > 4 && current.size() > room)
+        current = QStringLiteral("...") + current.right(room - 3);
+    if (room > 4)
+        line += current;
+    writeAll(stderr, "\r\033[K" + line.toUtf8());
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCoreApplication::setOrganizationName(QStringLiteral("Quillon"));
+    QCoreApplication::setApplicationName(QStringLiteral("Quillon"));
+
+    // The application's log lines are for the system log; here only on request.
+    if (qEnvironmentVariableIsEmpty("QUILLON_SCAN_LOG"))
+        QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
+
+    QString usageError;
+    const std::optional<CommandLine> cl = CommandLine::parse(argc, argv, usageError);
+    if (!cl) {
+        error(usageError);
+        error(QStringLiteral("try 'quillon-scan --help'"));
+        return kExitUsage;
+    }
+    if (cl->help) {
+        writeAll(stdout, CommandLine::helpText().toUtf8());
+        return 0;
+    }
+    for (const QByteArray& path : cl->paths) {
+        if (!PathUtils::exists(path)) {
+            error(QStringLiteral("cannot access '%1': No such file or directory")
+                      .arg(PathUtils::toDisplay(path)));
+            return kExitUsage;
+        }
+    }
+
+    AppGlobals::initialize();
+    Settings& settings = Settings::standard();
+
+    std::vector<FilePathNode> entries;
+    for (const QByteArray& path : cl->paths)
+        entries.push_back(FilePathNode::initWithPathForFile(path));
+    if (!ScanEngine::scanPathButtonState(entries)) {
+        error(ScanEngine::kOnlyOneItemMessage);
+        error(ScanEngine::kOnlyOneItemHint);
+        return kExitUsage;
+    }
+
+    if (cl->cacheFile)
+        SqliteDBOperations::setDbPathOverride(*cl->cacheFile);
+    ScanOptions options;
+    options.minimumFileSize = cl->minimumFileSize;
+    options.excludedFolders = cl->excludedFolders;
+    options.useCache = !cl->noCache;
+
+    ScanEngine engine(settings, nullptr);
+    engine.setOptions(options);
+
+    struct sigaction action = {};
+    action.sa_handler = onInterrupt;
+    action.sa_flags = SA_RESETHAND;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+
+    const bool progress = !cl->quiet && ::isatty(STDERR_FILENO);
+    QTimer ticker;
+    ticker.setInterval(100);
+    int ticks = 0;
+    QObject::connect(&ticker, &QTimer::timeout, [&] {
+        if (g_interrupted.load())
+            engine.abortScanning();
+        if (progress && ++ticks % 2 == 0)
+            showProgress(engine);
+    });
+    bool aborted = false;
+    QObject::connect(&engine, &ScanEngine::finished, [&](bool wasAborted) {
+        aborted = wasAborted;
+        ticker.stop();
+        QCoreApplication::quit();
+    });
+
+    if (!engine.startScanning(entries)) {
+        error(QStringLiteral("the scan could not start"));
+        return kExitUsage;
+    }
+    ticker.start();
+    app.exec();
+    if (progress)
+        writeAll(stderr, "\r\033[K");
+
+    const ScanResult* result = engine.result();
+    writeAll(stdout, cl->json ? ResultWriter::json(*result) : ResultWriter::text(*result));
+    writeAll(stderr, ResultWriter::summary(*result));
+    if (aborted || g_interrupted.load()) {
+        error(QStringLiteral("interrupted"));
+        return kExitInterrupted;
+    }
+    return 0;
+}
