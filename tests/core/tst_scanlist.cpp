@@ -1,8 +1,8 @@
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
+#include "platform/FileViewer.h"
 #include "platform/Platform.h"
 #include "scan/ScanList.h"
-#include "scan/ScanListExclusionMatcher.h"
 #include "support/TestMain.h"
 #include "util/AlertPresenter.h"
 #include "util/PathUtils.h"
@@ -15,6 +15,17 @@
 #include <sys/stat.h>
 
 namespace {
+
+class RecordingFileViewer : public FileViewer
+{
+public:
+    bool showItems(const QList<QByteArray>& paths) override
+    {
+        shown += paths;
+        return true;
+    }
+    QList<QByteArray> shown;
+};
 
 QList<QByteArray> rowPaths(const ScanList& list)
 {
@@ -86,36 +97,6 @@ private Q_SLOTS:
         m_store.reset();
         m_dir.reset();
         AppGlobals::isOSX_7_AndAbove = false;
-    }
-
-    void exclusionMatcher_data()
-    {
-        QTest::addColumn<QStringList>("folders");
-        QTest::addColumn<QByteArray>("path");
-        QTest::addColumn<bool>("excluded");
-        const QStringList m{QStringLiteral("/data/Media"), QStringLiteral("/srv")};
-        QTest::newRow("the folder itself") << m << QByteArray("/data/Media") << true;
-        QTest::newRow("deep below") << m << QByteArray("/data/Media/a/b/c.jpg") << true;
-        QTest::newRow("other letter case") << m << QByteArray("/DATA/media/x") << true;
-        QTest::newRow("sibling with longer name") << m << QByteArray("/data/Media2/x") << false;
-        QTest::newRow("parent") << m << QByteArray("/data") << false;
-        QTest::newRow("second folder") << m << QByteArray("/srv/www") << true;
-        QTest::newRow("empty list") << QStringList() << QByteArray("/srv") << false;
-        QTest::newRow("pattern characters kept")
-            << QStringList{QStringLiteral("/data/a.c")} << QByteArray("/data/abc/file") << true;
-        QTest::newRow("invalid pattern excludes nothing")
-            << QStringList{QStringLiteral("/data/(open")} << QByteArray("/data/(open") << false;
-    }
-    void exclusionMatcher()
-    {
-        QFETCH(QStringList, folders);
-        QFETCH(QByteArray, path);
-        QFETCH(bool, excluded);
-        ExclusionMatcher matcher;
-        if (folders.contains(QStringLiteral("/data/(open")))
-            QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^Exception ")));
-        matcher.makeRegExDirPath(folders);
-        QCOMPARE(matcher.isPathExcluded(path), excluded);
     }
 
     // Adding through the open dialog: each row names folders made in the temporary tree
@@ -361,8 +342,9 @@ private Q_SLOTS:
     void ticksAndRowMenu()
     {
         ScanList list(*m_settings, &m_alerts);
-        QList<QByteArray> shown;
-        list.setShowInFileViewer([&shown](const QByteArray& path) { shown.append(path); });
+        RecordingFileViewer viewer;
+        const QList<QByteArray>& shown = viewer.shown;
+        list.setFileViewer(&viewer);
         QSignalSpy enabled(&list, &ScanList::scanNowEnabledChanged);
         QVERIFY(!list.isScanNowEnabled());
         const QByteArray a = makeDir(QStringLiteral("a"));

@@ -2,6 +2,7 @@
 
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
+#include "platform/FileViewer.h"
 #include "platform/Platform.h"
 #include "util/AlertPresenter.h"
 #include "util/Log.h"
@@ -46,11 +47,6 @@ int ScanList::tickedCount() const
 {
     return int(std::count_if(m_arrPathNodes.begin(), m_arrPathNodes.end(),
                              [](const FilePathNode& n) { return n.state == 1; }));
-}
-
-void ScanList::setShowInFileViewer(std::function<void(const QByteArray&)> show)
-{
-    m_showInFileViewer = std::move(show);
 }
 
 void ScanList::setScanNowEnabled(bool enabled)
@@ -248,8 +244,8 @@ void ScanList::showFileInFinder(int tag, int clickedRow)
     switch (tag) {
     case ShowInFileViewer:
         if (hasRow) {
-            if (m_showInFileViewer)
-                m_showInFileViewer(m_arrPathNodes[size_t(clickedRow)].filePath);
+            if (m_fileViewer)
+                m_fileViewer->showItems({m_arrPathNodes[size_t(clickedRow)].filePath});
             return;
         }
         break;

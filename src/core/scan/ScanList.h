@@ -1,7 +1,7 @@
 #pragma once
 
 #include "model/FilePathNode.h"
-#include "scan/ScanListExclusionMatcher.h"
+#include "scan/PathExclusion.h"
 
 #include <QByteArray>
 #include <QHash>
@@ -9,10 +9,10 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
-#include <functional>
 #include <vector>
 
 class AlertPresenter;
+class FileViewer;
 class Settings;
 
 // What one addition by dialog or drop met, for the prompt that follows it.
@@ -60,8 +60,8 @@ public:
     // The state of the Scan button, following the rules of each command.
     bool isScanNowEnabled() const { return m_scanNowEnabled; }
 
-    // How "show in the file viewer" reaches the desktop; tests replace it.
-    void setShowInFileViewer(std::function<void(const QByteArray&)> show);
+    // Where "show in the file viewer" goes; not owned, may be null.
+    void setFileViewer(FileViewer* viewer) { m_fileViewer = viewer; }
 
     // The open dialog's answer, in the order chosen; an empty list (cancelled) does nothing.
     void selectPathToScan(const QList<QByteArray>& chosenPaths);
@@ -107,8 +107,8 @@ private:
 
     Settings& m_settings;
     AlertPresenter* m_alerts;
-    std::function<void(const QByteArray&)> m_showInFileViewer;
-    ExclusionMatcher m_exclusions;
+    FileViewer* m_fileViewer = nullptr;
+    PathExclusion m_exclusions;
 
     std::vector<FilePathNode> m_arrPathNodes;
     QHash<QByteArray, QString> m_dictPathFiller; // comparable path -> "1"
