@@ -1,0 +1,508 @@
+#include "preferences/TamPreferencesWindowController.h"
+
+#include "app/Settings.h"
+#include "preferences/PreferencesWindowGeometry.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QPropertyAnimation>
+#include <QScreen>
+#include <QTimer>
+#include <QToolBar>
+#include <QWidgetAction>
+#include <cmath>
+
+namespace {
+
+const char* const kItemIdentifierProperty = "tamItemIdentifier";
+
+QString standardItemLabel(const QString& identifier)
+{
+    if (identifier == TamToolbarItem::ShowColorsItemIdentifier)
+        return QObject::tr("Colors");
+    if (identifier == TamToolbarItem::ShowFontsItemIdentifier)
+        return QObject::tr("Fonts");
+    if (identifier == TamToolbarItem::CustomizeToolbarItemIdentifier)
+        return QObject::tr("Customize");
+    if (identifier == TamToolbarItem::PrintItemIdentifier)
+        return QObject::tr("Print");
+    return {};
+}
+
+} // namespace
+
+TamPreferencesWindowController::TamPreferencesWindowController(Settings& settings,
+                                                               const PaneList& viewControllers,
+                                                               QWidget* parent)
+    : TamPreferencesWindowController(settings, viewControllers, QString(), parent)
+{}
+
+TamPreferencesWindowController::TamPreferencesWindowController(Settings& settings,
+                                                               const PaneList& viewControllers,
+                                                               const QString& title, QWidget* parent)
+    : QMainWindow(parent), m_settings(settings)
+{
+    setObjectName(QStringLiteral("TamPreferencesWindow"));
+    m_toolbar = new QToolBar(this);
+    m_toolbar->setObjectName(QStringLiteral("toolbar"));
+    m_toolbar->setMovable(false);
+    m_toolbar->setFloatable(false);
+    m_toolbar->toggleViewAction()->setVisible(false);
+    m_toolbar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
+    m_toolbar->setIconSize(QSize(32, 32));
+    setContextMenuPolicy(Qt::NoContextMenu);
+    setUnifiedTitleAndToolBarOnMac(true);
+    addToolBar(Qt::TopToolBarArea, m_toolbar);
+
+    m_contentView = new QWidget(this);
+    m_contentView->setObjectName(QStringLiteral("contentView"));
+    setCentralWidget(m_contentView);
+
+    m_resizeAnimation = new QPropertyAnimation(this, "geometry", this);
+    m_resizeAnimation->setEasingCurve(QEasingCurve::InOutQuad);
+    connect(m_resizeAnimation, &QPropertyAnimation::finished, this,
+            &TamPreferencesWindowController::fixWindowSize);
+
+    m_titleFollowsPane = true;
+    setViewControllers(viewControllers);
+    m_unloadedWindowTitle = title;
+}
+
+TamPreferencesWindowController::~TamPreferencesWindowController()
+{
+    // The panes own their views; hand back the one on show so it is not deleted with the window.
+    if (m_selectedViewController) {
+        if (QWidget* view = m_selectedViewController->view(); view && view->parentWidget() == m_contentView) {
+            view->hide();
+            view->setParent(nullptr);
+        }
+    }
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::separatorPlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::SeparatorItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::flexibleSpacePlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::FlexibleSpaceItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::spacePlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::SpaceItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::showColorsPlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::ShowColorsItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::showFontsPlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::ShowFontsItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::customizeToolbarPlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::CustomizeToolbarItemIdentifier);
+}
+
+TamPreferencesWindowController::Pane TamPreferencesWindowController::printPlaceholderController()
+{
+    return TamPreferencesCustomPlaceholderController::controllerWithIdentifier(
+        TamToolbarItem::PrintItemIdentifier);
+}
+
+float TamPreferencesWindowController::resizeAnimationDuration(const QSizeF& previous, const QSizeF& next)
+{
+    return PreferencesWindowGeometry::resizeAnimationDuration(previous, next);
+}
+
+void TamPreferencesWindowController::setViewControllers(const PaneList& viewControllers)
+{
+    if (viewControllers == m_viewControllers && !m_viewControllers.isEmpty())
+        return;
+    const qsizetype oldIndex = selectedIndex();
+    m_viewControllers = viewControllers;
+
+    if (m_selectedViewController) {
+        if (!m_viewControllers.contains(m_selectedViewController))
+            setSelectedIndex(oldIndex);
+        reloadToolbarItems();
+        return;
+    }
+    // At initialisation: the pane stored last time, else the first.
+    const QString stored = m_settings.value(Settings::kSelectedPreferencesItem).toString();
+    if (Pane pane = viewControllerWithIdentifier(stored))
+        setSelectedViewController(pane);
+    else
+        setSelectedIndex(0);
+    reloadToolbarItems();
+}
+
+qsizetype TamPreferencesWindowController::selectedIndex() const
+{
+    if (!m_selectedViewController)
+        return NotFound;
+    const qsizetype index = m_viewControllers.indexOf(m_selectedViewController);
+    return index < 0 ? NotFound : index;
+}
+
+void TamPreferencesWindowController::setSelectedIndex(qsizetype index)
+{
+    if (index < 0 || index >= m_viewControllers.size())
+        setSelectedViewController(m_viewControllers.isEmpty() ? Pane() : m_viewControllers.last());
+    else
+        setSelectedViewController(m_viewControllers.at(index));
+}
+
+void TamPreferencesWindowController::setSelectedViewController(const Pane& viewController)
+{
+    const Pane previous = m_selectedViewController;
+    m_selectedViewController = viewController;
+
+    // Written on every selection, also a repeated one; no pane removes the key.
+    const QString identifier = toolbarItemIdentifierForViewController(viewController);
+    if (identifier.isNull())
+        m_settings.remove(Settings::kSelectedPreferencesItem);
+    else
+        m_settings.setValue(Settings::kSelectedPreferencesItem, identifier);
+
+    if (!m_windowLoaded || viewController == previous)
+        return;
+
+    QWidget* previousView = previous ? previous->view() : nullptr;
+    if (previous) {
+        previous->viewWillDisappear();
+        if (previousView) {
+            previousView->hide();
+            previousView->setParent(nullptr);
+        }
+        previous->viewDidDisappear();
+    }
+
+    QWidget* view = viewController ? viewController->view() : nullptr;
+    if (viewController)
+        viewController->viewWillAppear();
+
+    const QSize previousSize = viewSize(previousView);
+    const QSize size = viewSize(view);
+    const float duration = resizeAnimationDuration(QSizeF(previousSize), QSizeF(size));
+    resizeWindowForContentSize(size, duration);
+
+    // Attach once the window has finished resizing, and only if no later switch came first.
+    const std::weak_ptr<TamPreferencesViewControllerProtocol> pending = viewController;
+    const int delayMs = int(std::lround((double(duration) + 0.02) * 1000.0));
+    QTimer::singleShot(delayMs, this, [this, pending] {
+        const Pane pane = pending.lock();
+        if (!pane || pane != m_selectedViewController)
+            return;
+        attachView(pane);
+        pane->viewDidAppear();
+        if (QWidget* key = pane->initialKeyView())
+            key->setFocus(Qt::OtherFocusReason);
+    });
+
+    if (view) {
+        view->move(0, 0);
+        view->resize(size);
+    }
+    setToolbarSelectedItemIdentifier(identifier);
+    if (m_titleFollowsPane)
+        applyTitleOfViewController(viewController);
+}
+
+QString TamPreferencesWindowController::windowTitle() const
+{
+    return m_windowLoaded ? QMainWindow::windowTitle() : m_unloadedWindowTitle;
+}
+
+void TamPreferencesWindowController::setWindowTitle(const QString& title)
+{
+    if (m_windowLoaded)
+        QMainWindow::setWindowTitle(title);
+    else
+        m_unloadedWindowTitle = title;
+}
+
+TamPreferencesWindowController::Pane
+TamPreferencesWindowController::viewControllerWithIdentifier(const QString& identifier) const
+{
+    for (const Pane& pane : m_viewControllers) {
+        if (!pane)
+            continue;
+        if (const auto item = pane->toolbarItem(); item && item->itemIdentifier == identifier)
+            return pane;
+        if (pane->identifier() == identifier)
+            return pane;
+    }
+    return {};
+}
+
+QString TamPreferencesWindowController::toolbarItemIdentifierForViewController(const Pane& viewController)
+{
+    if (!viewController)
+        return {};
+    if (const auto item = viewController->toolbarItem())
+        return item->itemIdentifier;
+    return viewController->identifier();
+}
+
+QAction* TamPreferencesWindowController::toolbarItemWithItemIdentifier(const QString& identifier) const
+{
+    for (QAction* item : m_toolbarItems) {
+        if (itemIdentifier(item) == identifier)
+            return item;
+    }
+    return nullptr;
+}
+
+QAction* TamPreferencesWindowController::newToolbarItemForViewController(const Pane& viewController)
+{
+    if (!viewController)
+        return makeToolbarAction(TamToolbarItem{});
+    if (const auto item = viewController->toolbarItem())
+        return makeToolbarAction(*item);
+    return makeToolbarAction(TamToolbarItem{viewController->identifier(), viewController->toolbarItemLabel(),
+                                            viewController->toolbarItemImage()});
+}
+
+QAction* TamPreferencesWindowController::makeToolbarAction(const TamToolbarItem& item)
+{
+    const QString& id = item.itemIdentifier;
+    QAction* action = nullptr;
+    if (id == TamToolbarItem::FlexibleSpaceItemIdentifier || id == TamToolbarItem::SpaceItemIdentifier) {
+        auto* spacerAction = new QWidgetAction(this);
+        auto* spacer = new QWidget;
+        if (id == TamToolbarItem::FlexibleSpaceItemIdentifier)
+            spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
+        else
+            spacer->setFixedWidth(16);
+        spacerAction->setDefaultWidget(spacer);
+        action = spacerAction;
+    } else {
+        action = new QAction(this);
+        if (id == TamToolbarItem::SeparatorItemIdentifier) {
+            action->setSeparator(true);
+        } else {
+            action->setCheckable(true);
+            action->setIcon(item.image);
+            action->setText(item.label.isEmpty() ? standardItemLabel(id) : item.label);
+            action->setToolTip(action->text());
+            connect(action, &QAction::triggered, this, [this, action] { selectToolbarItem(action); });
+        }
+    }
+    action->setProperty(kItemIdentifierProperty, id);
+    return action;
+}
+
+QString TamPreferencesWindowController::itemIdentifier(const QAction* item)
+{
+    return item ? item->property(kItemIdentifierProperty).toString() : QString();
+}
+
+void TamPreferencesWindowController::reloadToolbarItems()
+{
+    QList<QAction*> items;
+    for (const Pane& pane : m_viewControllers) {
+        QAction* item = pane ? toolbarItemWithItemIdentifier(pane->identifier()) : nullptr;
+        if (!item || items.contains(item))
+            item = newToolbarItemForViewController(pane);
+        items.append(item);
+    }
+    const QList<QAction*> old = m_toolbarItems;
+    m_toolbarItems = items;
+    rebuildToolbar();
+    for (QAction* item : old) {
+        if (!m_toolbarItems.contains(item))
+            item->deleteLater();
+    }
+}
+
+void TamPreferencesWindowController::rebuildToolbar()
+{
+    m_toolbar->clear();
+    m_toolbar->addActions(m_toolbarItems);
+    setToolbarSelectedItemIdentifier(m_toolbarSelectedIdentifier);
+}
+
+QStringList TamPreferencesWindowController::toolbarItemIdentifiers() const
+{
+    QStringList identifiers;
+    for (const Pane& pane : m_viewControllers)
+        identifiers.append(toolbarItemIdentifierForViewController(pane));
+    return identifiers;
+}
+
+void TamPreferencesWindowController::setToolbarSelectedItemIdentifier(const QString& identifier)
+{
+    m_toolbarSelectedIdentifier = identifier;
+    bool highlighted = false;
+    for (QAction* item : std::as_const(m_toolbarItems)) {
+        if (!item->isCheckable())
+            continue;
+        const bool on = !highlighted && !identifier.isEmpty() && itemIdentifier(item) == identifier;
+        highlighted = highlighted || on;
+        item->setChecked(on);
+    }
+}
+
+void TamPreferencesWindowController::selectToolbarItem(QAction* item)
+{
+    const bool committed = m_selectedViewController && m_selectedViewController->commitEditing();
+    if (committed) {
+        const qsizetype index = m_toolbarItems.indexOf(item);
+        if (index >= 0 && index < m_viewControllers.size())
+            setSelectedViewController(m_viewControllers.at(index));
+        // A click toggles the item by itself; the highlight always shows the selected pane.
+        setToolbarSelectedItemIdentifier(m_toolbarSelectedIdentifier);
+        return;
+    }
+    setToolbarSelectedItemIdentifier(toolbarItemIdentifierForViewController(m_selectedViewController));
+}
+
+int TamPreferencesWindowController::toolbarHeight() const
+{
+    return m_toolbar->isHidden() ? 0 : m_toolbar->sizeHint().height();
+}
+
+QRect TamPreferencesWindowController::contentRect() const
+{
+    const QRect frame = geometry();
+    const int top = toolbarHeight();
+    return QRect(frame.x(), frame.y() + top, frame.width(), std::max(0, frame.height() - top));
+}
+
+QRect TamPreferencesWindowController::frameRectForContentRect(const QRect& content) const
+{
+    const int top = toolbarHeight();
+    return QRect(content.x(), content.y() - top, content.width(), content.height() + top);
+}
+
+QSize TamPreferencesWindowController::viewSize(QWidget* view)
+{
+    if (!view)
+        return QSize(0, 0);
+    if (view->testAttribute(Qt::WA_Resized))
+        return view->size();
+    return view->sizeHint().expandedTo(view->minimumSizeHint()).expandedTo(view->minimumSize());
+}
+
+void TamPreferencesWindowController::resizeWindowForContentSize(const QSize& size, float duration)
+{
+    const QRect content = PreferencesWindowGeometry::contentRectKeepingTopAndCentre(contentRect(), size);
+    const QRect frame = frameRectForContentRect(content);
+    m_resizeAnimation->stop();
+    // Free the size while it changes; it is fixed again once the window has its new size.
+    setMinimumSize(0, 0);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    if (duration > 0 && isVisible()) {
+        m_resizeAnimation->setDuration(int(std::lround(double(duration) * 1000.0)));
+        m_resizeAnimation->setStartValue(geometry());
+        m_resizeAnimation->setEndValue(frame);
+        m_resizeAnimation->start();
+    } else {
+        setGeometry(frame);
+        fixWindowSize();
+    }
+}
+
+void TamPreferencesWindowController::fixWindowSize()
+{
+    // The panes decide the size; the user does not resize the window.
+    setFixedSize(size());
+}
+
+void TamPreferencesWindowController::attachView(const Pane& viewController)
+{
+    QWidget* view = viewController ? viewController->view() : nullptr;
+    if (!view)
+        return;
+    const QSize size = viewSize(view);
+    view->setParent(m_contentView);
+    view->move(0, 0);
+    view->resize(size);
+    view->show();
+}
+
+void TamPreferencesWindowController::applyTitleOfViewController(const Pane& viewController)
+{
+    if (!viewController)
+        return;
+    QAction* item = toolbarItemWithItemIdentifier(viewController->identifier());
+    if (item && !item->text().isEmpty())
+        setWindowTitle(item->text());
+}
+
+void TamPreferencesWindowController::loadWindow()
+{
+    if (m_windowLoaded)
+        return;
+    m_windowLoaded = true;
+    if (!m_unloadedWindowTitle.isNull()) {
+        QMainWindow::setWindowTitle(m_unloadedWindowTitle);
+        m_unloadedWindowTitle.clear();
+    }
+
+    QSize size = kEmptyContentSize;
+    const Pane pane = m_selectedViewController;
+    if (pane) {
+        pane->viewWillAppear();
+        attachView(pane);
+        pane->viewDidAppear();
+        size = viewSize(pane->view());
+    }
+    // First placement: centred near the top of the screen, then fixed to the pane's size.
+    QScreen* display = screen() ? screen() : QGuiApplication::primaryScreen();
+    const QRect available = display ? display->availableGeometry() : QRect(0, 0, 1280, 800);
+    const int top = toolbarHeight();
+    QRect frame(0, 0, size.width(), size.height() + top);
+    frame.moveCenter(available.center());
+    frame.moveTop(available.top() + std::max(0, (available.height() - frame.height()) / 4));
+    setMinimumSize(0, 0);
+    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
+    setGeometry(frame);
+    fixWindowSize();
+
+    if (pane) {
+        setToolbarSelectedItemIdentifier(toolbarItemIdentifierForViewController(pane));
+        if (QWidget* key = pane->initialKeyView())
+            key->setFocus(Qt::OtherFocusReason);
+        if (m_titleFollowsPane)
+            applyTitleOfViewController(pane);
+    }
+}
+
+void TamPreferencesWindowController::showWindow()
+{
+    loadWindow();
+    show();
+    raise();
+    activateWindow();
+}
+
+void TamPreferencesWindowController::showEvent(QShowEvent* event)
+{
+    loadWindow();
+    QMainWindow::showEvent(event);
+}
+
+void TamPreferencesWindowController::closeEvent(QCloseEvent* event)
+{
+    if (m_selectedViewController && !m_selectedViewController->commitEditing()) {
+        event->ignore();
+        return;
+    }
+    // Taking the focus ends any edit still in progress before the window hides.
+    setFocus(Qt::OtherFocusReason);
+    QMainWindow::closeEvent(event);
+}
