@@ -162,7 +162,8 @@ const char kPhotosQuery[] =
     "rkalbum where name like ?1 and isintrash = 0 limit 1)  where rav.modelid is null";
 
 // Reads one row of the Photos query into a record; false (and the record holds what was read
-// before the unreadable column) when a text column is not valid UTF-8.
+// before the unreadable column) when a text column is not valid UTF-8. The image path is only
+// formed from a read value: an empty one must not name the Masters folder itself.
 bool readPhotoRow(sqlite3_stmt* stmt, const QByteArray& libraryPath, PhotoRecord& record, QString& problem)
 {
     record.fileSize = sqlite3_column_int64(stmt, 0);
