@@ -167,22 +167,30 @@ public:
         return rc == SQLITE_OK;
     }
 
-    // Remembers whether the cache was found locked, for the wait of the next call.
+    // Remembers whether the cache was found locked, for the wait of the next call, and the
+    // message of a failure for the log (later calls would overwrite SQLite's own).
     void noteResult(int rc)
     {
         if (isBusy(rc))
             g_recentlyBusy = true;
         else if (rc == SQLITE_OK || rc == SQLITE_DONE)
             g_recentlyBusy = false;
+        if (rc != SQLITE_OK && rc != SQLITE_DONE && rc != SQLITE_ROW && m_db)
+            m_error = QString::fromUtf8(sqlite3_errmsg(m_db));
     }
 
-    QString error() const { return m_db ? QString::fromUtf8(sqlite3_errmsg(m_db)) : m_error; }
+    QString error() const
+    {
+        if (!m_error.isEmpty() || !m_db)
+            return m_error;
+        return QString::fromUtf8(sqlite3_errmsg(m_db));
+    }
 
     // One log line for a failure that leaves the cache unused for this call.
-    void logFailure(const QString& what) const
+    void logFailure(const QString& what, bool withSqliteMessage = true) const
     {
-        quillonLog(
-            QStringLiteral("Hash cache: %1 (%2): %3").arg(what, PathUtils::toDisplay(m_path), error()));
+        const QString line = QStringLiteral("Hash cache: %1 (%2)").arg(what, PathUtils::toDisplay(m_path));
+        quillonLog(withSqliteMessage ? line + QStringLiteral(": ") + error() : line);
     }
 
 private:
@@ -425,6 +433,8 @@ void SqliteDBOperations::insertDataInTempTable(const QString& table, const QByte
         Connection db(dbPath);
         if (!db) {
             db.logFailure(QStringLiteral("cannot open"));
+        } else if (db.isReadOnly()) {
+            db.logFailure(QStringLiteral("read-only, the lookup is skipped"), false);
         } else if (!db.exec("BEGIN IMMEDIATE TRANSACTION")) {
             db.logFailure(QStringLiteral("cannot write the scanned paths"));
         } else {
@@ -442,6 +452,8 @@ void SqliteDBOperations::insertDataInTempTable(const QString& table, const QByte
                 bindPath(insert.get(), 1, node->filePath);
                 sqlite3_bind_double(insert.get(), 2, storedSeconds(node->modDate));
                 const int rc = insert.step();
+                if (rc != SQLITE_DONE)
+                    db.noteResult(rc);
                 insert.reset();
                 // A path given twice fails its UNIQUE constraint and is skipped; any other
                 // failure ends the list here (the rows written so far are still right).
@@ -513,7 +525,7 @@ void SqliteDBOperations::insertDataInTable(const QString& table, const QByteArra
             return;
         }
         if (db.isReadOnly()) {
-            db.logFailure(QStringLiteral("read-only, new digests are not stored"));
+            db.logFailure(QStringLiteral("read-only, new digests are not stored"), false);
             return;
         }
         // One transaction per batch: each insert still succeeds or fails on its own (a failed
@@ -531,7 +543,9 @@ void SqliteDBOperations::insertDataInTable(const QString& table, const QByteArra
             try {
                 if (!node || node->md5.isEmpty() || AppGlobals::dictDataBaseFilesMd5.contains(node->filePath))
                     continue;
-                int rc = SQLITE_ERROR; // a date "%f" cannot print as a number makes no valid statement
+                // A date that "%f" cannot print as a number makes no valid statement.
+                constexpr int kNoStatement = -1;
+                int rc = kNoStatement;
                 if (std::isfinite(node->createDate) && std::isfinite(node->modDate)) {
                     sqlite3_stmt* s = insert.get();
                     // Parameter 1 (fileID) stays unbound: NULL, so SQLite assigns the next key.
@@ -544,13 +558,20 @@ void SqliteDBOperations::insertDataInTable(const QString& table, const QByteArra
                     else
                         sqlite3_bind_int64(s, 6, sqlite3_int64(node->fileSize));
                     rc = insert.step();
+                    if (rc != SQLITE_DONE)
+                        db.noteResult(rc);
                     insert.reset();
                 }
                 if (rc != SQLITE_DONE) {
                     quillonLog(QStringLiteral("Unable to insert data ") + insertStatementText(*node));
+                    // A path already stored fails on its own; anything else (read-only file or
+                    // folder, full disk, I/O error) would fail for every record, so the batch
+                    // is given up and its files are hashed again next time.
+                    if (rc != kNoStatement && (rc & 0xff) != SQLITE_CONSTRAINT) {
+                        db.logFailure(QStringLiteral("new digests dropped"));
+                        return;
+                    }
                     if (sqlite3_get_autocommit(db.handle())) {
-                        // SQLite gave up the whole transaction (disk full, I/O error): the
-                        // batch is lost and its files are hashed again next time.
                         db.logFailure(QStringLiteral("new digests dropped"));
                         return;
                     }
