@@ -1,0 +1,240 @@
+#include "scan/ResultViewController.h"
+
+#include "app/AppGlobals.h"
+#include "model/ScanResult.h"
+#include "platform/DBusFileViewer.h"
+#include "scan/DragDropNotifier.h"
+#include "scan/ScanEngine.h"
+#include "scan/ScanList.h"
+#include "scan/ScanListView.h"
+#include "scan/ScanProgressView.h"
+#include "scan/TemporaryGroupsView.h"
+#include "util/AlertPresenter.h"
+
+#include <QPointer>
+#include <QPushButton>
+#include <QStackedWidget>
+#include <QTimer>
+#include <QVBoxLayout>
+
+namespace {
+
+// Forwards to whichever viewer the controller uses at the time of the request.
+class ForwardingFileViewer : public FileViewer
+{
+public:
+    explicit ForwardingFileViewer(std::function<FileViewer*()> target) : m_target(std::move(target)) {}
+    bool showItems(const QList<QByteArray>& paths) override
+    {
+        FileViewer* viewer = m_target();
+        return viewer && viewer->showItems(paths);
+    }
+
+private:
+    std::function<FileViewer*()> m_target;
+};
+
+} // namespace
+
+ResultViewController::ResultViewController(Settings& settings, AlertPresenter* alerts, QWidget* parent)
+    : QWidget(parent), m_settings(settings), m_alerts(alerts),
+      m_chooser(std::make_unique<FileDialogPathChooser>())
+{
+    m_scanList = new ScanList(settings, alerts, this);
+    m_engine = new ScanEngine(settings, alerts, this);
+    m_ownFileViewer = std::make_unique<ForwardingFileViewer>([this] { return fileViewer(); });
+    m_scanList->setFileViewer(m_ownFileViewer.get());
+
+    m_stack = new QStackedWidget(this);
+    auto* layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->addWidget(m_stack);
+
+    m_listView = new ScanListView(m_scanList, m_stack);
+    m_listView->setAlertPresenter(alerts);
+    m_progressView = new ScanProgressView(m_stack);
+    m_groupsView = new TemporaryGroupsView(m_stack);
+    m_stack->addWidget(m_listView);
+    m_stack->addWidget(m_progressView);
+    m_stack->addWidget(m_groupsView);
+
+    m_refreshTimer = new QTimer(this);
+    m_refreshTimer->setInterval(kRefreshIntervalMs);
+    connect(m_refreshTimer, &QTimer::timeout, this,
+            &ResultViewController::updateFileScannedCountAndSize_MainThread);
+
+    connect(m_listView, &ScanListView::addRequested, this, &ResultViewController::selectPathToScan);
+    connect(m_listView, &ScanListView::scanRequested, this, &ResultViewController::startScanning);
+    connect(m_progressView, &ScanProgressView::stopRequested, this, &ResultViewController::abortScanning);
+    connect(m_progressView, &ScanProgressView::backRequested, this,
+            &ResultViewController::backToAddFolderView);
+    connect(m_progressView, &ScanProgressView::showResultsRequested, this,
+            &ResultViewController::showResultDetail);
+    connect(m_groupsView, &TemporaryGroupsView::backRequested, this,
+            &ResultViewController::backToAddFolderView);
+    connect(m_engine, &ScanEngine::finished, this, &ResultViewController::onScanFinished);
+    connect(m_scanList, &ScanList::goToPreferencesRequested, this,
+            &ResultViewController::goToPreferencesRequested);
+    connect(DragDropNotifier::instance(), &DragDropNotifier::fileDragDrop, m_scanList,
+            &ScanList::handleFileDragDropNotification);
+
+    m_scanList->loadFromBookmarkPaths();
+}
+
+ResultViewController::~ResultViewController()
+{
+    // The engine's destructor stops and joins a running scan; do it before the views go.
+    delete m_engine;
+    m_engine = nullptr;
+}
+
+void ResultViewController::setPathChooser(std::unique_ptr<PathChooser> chooser)
+{
+    m_chooser = std::move(chooser);
+}
+
+void ResultViewController::setFileViewer(FileViewer* viewer)
+{
+    m_fileViewer = viewer;
+}
+
+FileViewer* ResultViewController::fileViewer()
+{
+    if (!m_fileViewer) {
+        // Made on first use, so a view that never shows a file never touches the session bus.
+        auto* dbus = new DBusFileViewer(this);
+        m_fileViewer = dbus;
+    }
+    return m_fileViewer;
+}
+
+void ResultViewController::setResultHandOff(ResultHandOff handOff)
+{
+    m_handOff = std::move(handOff);
+}
+
+ResultViewController::Screen ResultViewController::currentScreen() const
+{
+    if (m_stack->currentWidget() == m_progressView)
+        return Screen::Progress;
+    if (m_stack->currentWidget() == m_groupsView)
+        return Screen::Results;
+    return Screen::ScanList;
+}
+
+bool ResultViewController::isScanning() const
+{
+    return m_engine && m_engine->isScanning();
+}
+
+void ResultViewController::showScreen(Screen screen)
+{
+    QWidget* page = screen == Screen::Progress  ? static_cast<QWidget*>(m_progressView)
+                    : screen == Screen::Results ? static_cast<QWidget*>(m_groupsView)
+                                                : static_cast<QWidget*>(m_listView);
+    if (m_stack->currentWidget() == page)
+        return;
+    m_stack->setCurrentWidget(page);
+    Q_EMIT screenChanged(screen);
+}
+
+void ResultViewController::selectPathToScan(PathChooser::Kind kind)
+{
+    if (!m_chooser || isScanning())
+        return;
+    const QList<QByteArray> chosen = m_chooser->choosePaths(window(), kind);
+    m_scanList->selectPathToScan(chosen);
+}
+
+void ResultViewController::startScanning()
+{
+    if (isScanning())
+        return;
+    // The engine refuses with "Only one item detected in the selected path(s)." itself.
+    if (!m_engine->startScanning(m_scanList->arrPathNodes()))
+        return;
+    m_shownResult.reset();
+    showButtonToShowDetailResult_Main(true, true);
+    m_progressView->setCounters(0, 0, 0, 0);
+    showScreen(Screen::Progress);
+    m_refreshTimer->start();
+    updateFileScannedCountAndSize_MainThread();
+    Q_EMIT scanningChanged(true);
+}
+
+void ResultViewController::abortScanning()
+{
+    if (!isScanning())
+        return;
+    m_progressView->showStopping();
+    m_engine->abortScanning();
+}
+
+void ResultViewController::updateFileScannedCountAndSize_MainThread()
+{
+    m_progressView->setCounters(m_engine->countScanned(), m_engine->totSizeScanned(), m_engine->countDup(),
+                                m_engine->sizeDup());
+    if (isScanning())
+        m_progressView->setCurrentFile(m_engine->currentFile());
+}
+
+void ResultViewController::showButtonToShowDetailResult_Main(bool isScanning, bool hideResultViewButton)
+{
+    Q_UNUSED(hideResultViewButton);
+    if (isScanning) {
+        m_progressView->showScanning();
+        return;
+    }
+    const ScanResult* result = m_engine->result();
+    m_progressView->showFinished(result && !result->arrMainGroup.empty());
+}
+
+void ResultViewController::onScanFinished(bool aborted)
+{
+    Q_UNUSED(aborted); // an aborted scan ends the same way, with the groups formed so far
+    m_refreshTimer->stop();
+    updateFileScannedCountAndSize_MainThread();
+    showButtonToShowDetailResult_Main(false, false);
+    Q_EMIT scanningChanged(false);
+
+    const ScanResult* result = m_engine->result();
+    if (result && result->isAnyGroupContainsDuplicate())
+        return;
+    // Once the finished screen has been drawn.
+    QPointer<ResultViewController> self(this);
+    QTimer::singleShot(0, this, [self] {
+        if (!self || self->isScanning() || self->currentScreen() != Screen::Progress)
+            return;
+        const int answer =
+            self->m_alerts ? self->m_alerts->runModal(Alert{kNoDuplicatesMessage, kNoDuplicatesHint}) : 0;
+        if (self && answer == 0 && !self->isScanning())
+            self->backToAddFolderView();
+    });
+}
+
+void ResultViewController::showResultDetail()
+{
+    if (isScanning())
+        return;
+    std::unique_ptr<ScanResult> result = m_engine->takeResult();
+    if (!result)
+        return;
+    result->removeGroupsWithoutDuplicates();
+    if (m_handOff) {
+        m_handOff(std::move(result));
+        return;
+    }
+    m_shownResult = std::move(result);
+    m_groupsView->setGroups(m_shownResult->arrMainGroup, m_shownResult->countDup);
+    showScreen(Screen::Results);
+}
+
+void ResultViewController::backToAddFolderView()
+{
+    if (isScanning())
+        return;
+    showScreen(Screen::ScanList);
+    // The list no longer shows the groups; let them go.
+    m_groupsView->setGroups({}, 0);
+    m_shownResult.reset();
+}
