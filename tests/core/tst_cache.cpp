@@ -665,7 +665,7 @@ private Q_SLOTS:
         QElapsedTimer timer;
         timer.start();
         // The lock may end between any two steps of a scan.
-        for (int releaseAfter : {1, 2}) {
+        for (int releaseAfter : {2, 1}) {
             Locker locker(m_db, begin, childProcess);
             if (childProcess && !locker.held())
                 QSKIP("no sqlite3 program to hold a lock");
