@@ -76,13 +76,15 @@ void showProgress(const ScanEngine& engine)
 
 int main(int argc, char** argv)
 {
+    // The application's log lines only on request, and then on standard error.
+    if (qEnvironmentVariableIsEmpty("QUILLON_SCAN_LOG"))
+        QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
+    else
+        qputenv("QT_FORCE_STDERR_LOGGING", "1");
     QCoreApplication app(argc, argv);
     QCoreApplication::setOrganizationName(QStringLiteral("Quillon"));
     QCoreApplication::setApplicationName(QStringLiteral("Quillon"));
 
-    // The application's log lines are for the system log; here only on request.
-    if (qEnvironmentVariableIsEmpty("QUILLON_SCAN_LOG"))
-        QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
 
     QString usageError;
     const std::optional<CommandLine> cl = CommandLine::parse(argc, argv, usageError);

@@ -205,6 +205,7 @@ void DigestGrouper::readEdges(Work& work, size_t index) const
 void DigestGrouper::digestFully(Work& work, size_t index) const
 {
     FileInfoNode& node = *work.cand[index];
+    m_state.setCurrentFile(node.filePath, true); // a long read: show it whatever the last update
     QByteArray digest;
     if (node.isDirectory) {
         digest = calculateMd5ForPackageFile(node.filePath, &m_state.abortMe);

@@ -1,0 +1,343 @@
+#include "support/TestMain.h"
+
+#include <QDir>
+#include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
+#include <QProcess>
+#include <QSettings>
+#include <QTemporaryDir>
+
+#include <csignal>
+#include <fcntl.h>
+#include <filesystem>
+#include <memory>
+#include <sqlite3.h>
+#include <unistd.h>
+
+namespace {
+
+bool writeBytes(const QByteArray& path, const QByteArray& contents)
+{
+    QDir().mkpath(QFile::decodeName(path.left(path.lastIndexOf('/'))));
+    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    if (fd < 0)
+        return false;
+    const bool ok = ::write(fd, contents.constData(), size_t(contents.size())) == contents.size();
+    ::close(fd);
+    return ok;
+}
+
+struct Run
+{
+    int exitCode = -1;
+    QByteArray out;
+    QByteArray err;
+};
+
+int hashRows(const QByteArray& dbPath)
+{
+    sqlite3* db = nullptr;
+    int count = -1;
+    if (sqlite3_open_v2(dbPath.constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
+        sqlite3_stmt* st = nullptr;
+        if (sqlite3_prepare_v2(db, "select count(*) from hashTable", -1, &st, nullptr) == SQLITE_OK &&
+            sqlite3_step(st) == SQLITE_ROW)
+            count = sqlite3_column_int(st, 0);
+        sqlite3_finalize(st);
+    }
+    sqlite3_close(db);
+    return count;
+}
+
+} // namespace
+
+class TestQuillonScan : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+
+    QByteArray root() const { return QFile::encodeName(m_dir->path()); }
+    QByteArray p(const QByteArray& relative) const { return root() + "/tree/" + relative; }
+    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
+    {
+        const QByteArray path = p(relative);
+        if (!writeBytes(path, contents))
+            qWarning("cannot write %s", path.constData());
+        return path;
+    }
+    QByteArray defaultCache() const { return root() + "/home/.cache/Quillon.db"; }
+
+    QProcessEnvironment environment() const
+    {
+        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+        const QString home = m_dir->filePath(QStringLiteral("home"));
+        env.insert(QStringLiteral("HOME"), home);
+        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
+        env.insert(QStringLiteral("XDG_CACHE_HOME"), home + QStringLiteral("/.cache"));
+        env.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/.local/share"));
+        env.remove(QStringLiteral("QUILLON_SCAN_LOG"));
+        return env;
+    }
+
+    // The user's settings as the scanner reads them.
+    std::unique_ptr<QSettings> userSettings() const
+    {
+        return std::make_unique<QSettings>(
+            m_dir->filePath(QStringLiteral("home/.config/Quillon/Quillon.conf")), QSettings::IniFormat);
+    }
+
+    void startProcess(QProcess& process, const QList<QByteArray>& args, bool withLog = false) const
+    {
+        QProcessEnvironment env = environment();
+        if (withLog)
+            env.insert(QStringLiteral("QUILLON_SCAN_LOG"), QStringLiteral("1"));
+        process.setProcessEnvironment(env);
+        process.setProgram(QStringLiteral(QUILLON_SCAN_BINARY));
+        QStringList list;
+        // Arguments travel as bytes: a name that is not UTF-8 is given as the file system has it.
+        for (const QByteArray& a : args)
+            list << QFile::decodeName(a);
+        process.setArguments(list);
+        process.start();
+    }
+
+    Run run(const QList<QByteArray>& args) const
+    {
+        QProcess process;
+        startProcess(process, args);
+        Run r;
+        if (!process.waitForFinished(120000))
+            return r;
+        r.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
+        r.out = process.readAllStandardOutput();
+        r.err = process.readAllStandardError();
+        return r;
+    }
+
+    QJsonObject runJson(const QList<QByteArray>& args) const
+    {
+        const Run r = run(QList<QByteArray>{"--json", "--quiet"} + args);
+        if (r.exitCode != 0)
+            qWarning("exit %d: %s", r.exitCode, r.err.constData());
+        return QJsonDocument::fromJson(r.out).object();
+    }
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        // Names that are not UTF-8 need removal by their bytes.
+        std::error_code ignored;
+        std::filesystem::remove_all(std::filesystem::path(root().toStdString()), ignored);
+        m_dir.reset();
+    }
+
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        QDir().mkpath(m_dir->filePath(QStringLiteral("home/.cache")));
+        auto settings = userSettings();
+        settings->setValue(QStringLiteral("minimumFileSize"), 0);
+        settings->setValue(QStringLiteral("excludedFolders"), QStringList());
+    }
+
+    void textOutput()
+    {
+        const QByteArray three = QByteArray(100, 't');
+        const QByteArray two = QByteArray(300, 'w');
+        file("b/t2", three);
+        file("a/t1", three);
+        file("c/t3", three);
+        file("a/w1", two);
+        file("c/w2", two);
+        file("a/single", QByteArray(300, 'x'));
+        const Run r = run({"--quiet", p("")});
+        QCOMPARE(r.exitCode, 0);
+        // 300 bytes reclaimable before 200; members in walk order.
+        QCOMPARE(r.out, p("a/w1") + '\n' + p("c/w2") + "\n\n" + p("a/t1") + '\n' + p("b/t2") + '\n' +
+                            p("c/t3") + '\n');
+        QVERIFY2(r.err.contains("Scanned: 6 files, 1.20 KB"), r.err.constData());
+        QVERIFY2(r.err.contains("Duplicates: 3 files, 500 bytes reclaimable"), r.err.constData());
+    }
+
+    void jsonOutputAndPathRoundTrip()
+    {
+        const QList<QByteArray> names = {"plain", "not-utf8-\xff\xfe", "new\nline \"quoted\"",
+                                         "-dash", "caf\xc3\xa9",       "surrogate-\xed\xa0\x80"};
+        for (const QByteArray& name : names)
+            file("d/" + name, "same bytes");
+        file("d/other", "othr bytes");
+        const QJsonObject json = runJson({p("d")});
+        QCOMPARE(json.value(QStringLiteral("scanned")).toInt(), 7);
+        QCOMPARE(json.value(QStringLiteral("scannedBytes")).toInteger(), 70);
+        QCOMPARE(json.value(QStringLiteral("duplicates")).toInt(), 5);
+        QCOMPARE(json.value(QStringLiteral("reclaimableBytes")).toInteger(), 50);
+        const QJsonArray groups = json.value(QStringLiteral("groups")).toArray();
+        QCOMPARE(groups.size(), 1);
+        const QJsonObject group = groups.first().toObject();
+        QCOMPARE(group.value(QStringLiteral("md5")).toString(),
+                 QStringLiteral("%1").arg(
+                     QLatin1String(QCryptographicHash::hash("same bytes", QCryptographicHash::Md5).toHex())));
+        QCOMPARE(group.value(QStringLiteral("size")).toInt(), 10);
+        QList<QByteArray> decoded;
+        for (const QJsonValue& v : group.value(QStringLiteral("paths")).toArray()) {
+            if (v.isString()) {
+                decoded << v.toString().toUtf8();
+            } else {
+                const QString b64 = v.toObject().value(QStringLiteral("base64")).toString();
+                QVERIFY(!b64.isEmpty());
+                decoded << QByteArray::fromBase64(b64.toLatin1());
+            }
+        }
+        QList<QByteArray> expected;
+        for (const QByteArray& name : names)
+            expected << p("d/" + name);
+        std::sort(expected.begin(), expected.end());
+        QCOMPARE(decoded, expected);
+        // Only the names that are not UTF-8 use the base64 form.
+        int objects = 0;
+        for (const QJsonValue& v : group.value(QStringLiteral("paths")).toArray())
+            objects += v.isObject();
+        QCOMPARE(objects, 2);
+    }
+
+    void usageErrors_data()
+    {
+        QTest::addColumn<QList<QByteArray>>("args");
+        QTest::addColumn<QByteArray>("message");
+        QTest::newRow("no path") << QList<QByteArray>{} << QByteArray("no path given");
+        QTest::newRow("unknown option")
+            << QList<QByteArray>{"--frobnicate", "TREE"} << QByteArray("unknown option");
+        QTest::newRow("bad size") << QList<QByteArray>{"--min-size", "12Q", "TREE"}
+                                  << QByteArray("invalid size");
+        QTest::newRow("negative size")
+            << QList<QByteArray>{"--min-size=-1", "TREE"} << QByteArray("invalid size");
+        QTest::newRow("size overflow")
+            << QList<QByteArray>{"--min-size", "99999999999999T", "TREE"} << QByteArray("invalid size");
+        QTest::newRow("missing value")
+            << QList<QByteArray>{"TREE", "--exclude"} << QByteArray("--exclude needs");
+        QTest::newRow("missing path") << QList<QByteArray>{"TREE/nowhere"} << QByteArray("No such file");
+        QTest::newRow("one item") << QList<QByteArray>{"TREE/a/one"}
+                                  << QByteArray("Only one item detected in the selected path(s).");
+        QTest::newRow("cache and no cache") << QList<QByteArray>{"--cache", "x.db", "--no-cache", "TREE"}
+                                            << QByteArray("cannot be used together");
+    }
+
+    void usageErrors()
+    {
+        QFETCH(QList<QByteArray>, args);
+        QFETCH(QByteArray, message);
+        file("a/one", "1");
+        for (QByteArray& a : args)
+            a.replace("TREE", p("").chopped(1));
+        const Run r = run(args);
+        QCOMPARE(r.exitCode, 2);
+        QVERIFY2(r.err.contains(message), r.err.constData());
+        QVERIFY(r.out.isEmpty());
+    }
+
+    void help()
+    {
+        const Run r = run({"--help"});
+        QCOMPARE(r.exitCode, 0);
+        for (const char* section :
+             {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "OUTPUT", "EXIT STATUS", "FILES"})
+            QVERIFY2(r.out.contains(QByteArray("\n") + section + '\n') || r.out.startsWith(section), section);
+    }
+
+    void minimumSize_data()
+    {
+        QTest::addColumn<QByteArray>("size");
+        QTest::addColumn<int>("scanned");
+        QTest::newRow("0") << QByteArray("0") << 6;
+        QTest::newRow("bytes") << QByteArray("500") << 4;
+        QTest::newRow("10K") << QByteArray("10K") << 2;
+        QTest::newRow("10k lower case") << QByteArray("10k") << 2;
+        QTest::newRow("10KiB") << QByteArray("10KiB") << 2;
+        QTest::newRow("one byte over") << QByteArray("10241") << 0;
+        QTest::newRow("1M") << QByteArray("1M") << 0;
+    }
+
+    void minimumSize()
+    {
+        QFETCH(QByteArray, size);
+        QFETCH(int, scanned);
+        for (const char* n : {"e1", "e2"})
+            file(QByteArray("s/") + n, "");
+        for (const char* n : {"b1", "b2"})
+            file(QByteArray("s/") + n, QByteArray(500, 'b'));
+        for (const char* n : {"k1", "k2"})
+            file(QByteArray("s/") + n, QByteArray(10240, 'k'));
+        // The user's setting (in KB) is replaced by the option.
+        userSettings()->setValue(QStringLiteral("minimumFileSize"), 100);
+        const QJsonObject json = runJson({"--min-size", size, p("s")});
+        QCOMPARE(json.value(QStringLiteral("scanned")).toInt(), scanned);
+    }
+
+    void exclusions()
+    {
+        file("x/a", "same");
+        file("y/b", "same");
+        file("z/c", "same");
+        userSettings()->setValue(QStringLiteral("excludedFolders"), QStringList{QFile::decodeName(p("x"))});
+        QCOMPARE(runJson({p("")}).value(QStringLiteral("scanned")).toInt(), 2);
+        QCOMPARE(runJson({"--no-exclude", p("")}).value(QStringLiteral("scanned")).toInt(), 3);
+        QCOMPARE(runJson({"--exclude", p("y"), "--exclude=" + p("Z"), p("")})
+                     .value(QStringLiteral("scanned"))
+                     .toInt(),
+                 1);
+        QCOMPARE(runJson({"--exclude", p("y"), p("")}).value(QStringLiteral("scanned")).toInt(), 2);
+    }
+
+    void cacheOptions()
+    {
+        file("c/a", "cached");
+        file("c/b", "cached");
+        const QByteArray own = root() + "/own.db";
+        QCOMPARE(runJson({"--cache", own, p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
+        QCOMPARE(hashRows(own), 2);
+        QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
+
+        QCOMPARE(runJson({"--no-cache", p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
+        QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
+
+        QCOMPARE(runJson({p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
+        QCOMPARE(hashRows(defaultCache()), 2);
+    }
+
+    void interruptedBySigint()
+    {
+        file("i/a1", "pair");
+        file("i/a2", "pair");
+        for (const char* n : {"i/z1", "i/z2"}) {
+            QVERIFY(writeBytes(p(n), ""));
+            QVERIFY(::truncate(p(n).constData(), qint64(8) << 30) == 0);
+        }
+        const QByteArray own = root() + "/own.db";
+        QProcess process;
+        process.setReadChannel(QProcess::StandardError);
+        startProcess(process, {"--json", "--quiet", "--cache", own, p("i")}, true);
+        QVERIFY(process.waitForStarted());
+        // The log line that ends the size stage: the digests are being computed after it.
+        QByteArray err;
+        while (!err.contains("Time Calculation in grouping with size") && process.waitForReadyRead(30000))
+            err += process.readAllStandardError();
+        QVERIFY2(err.contains("Time Calculation in grouping with size"), err.constData());
+        QThread::msleep(300);
+        QCOMPARE(process.state(), QProcess::Running);
+        ::kill(pid_t(process.processId()), SIGINT);
+        QVERIFY(process.waitForFinished(60000));
+        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
+        QCOMPARE(process.exitCode(), 130);
+        const QJsonObject json = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
+        // The pair grouped before the stop stands, and the cache was still written.
+        QCOMPARE(json.value(QStringLiteral("duplicates")).toInt(), 1);
+        QCOMPARE(hashRows(own), 2);
+    }
+};
+
+QUILLON_TEST_MAIN(TestQuillonScan)
+#include "tst_quillonscan.moc"
