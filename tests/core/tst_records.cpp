@@ -126,6 +126,10 @@ private Q_SLOTS:
         QTest::newRow("extension not UTF-8") << QByteArray("/p/a.jp\xff") << true << int(CategoryOthers);
         QTest::newRow("very long extension")
             << QByteArray("/p/a." + QByteArray(200, 'j')) << true << int(CategoryOthers);
+        QTest::newRow("dot only in a parent folder")
+            << QByteArray("/p/album.jpg/README") << true << int(CategoryOthers);
+        QTest::newRow("trailing slash") << QByteArray("/p/Song.MP3/") << true << int(CategoryMusic);
+        QTest::newRow("bare name") << QByteArray("clip.avi") << true << int(CategoryVideos);
         QTest::newRow("trailing dot") << QByteArray("/p/name.") << true << int(CategoryOthers);
     }
     void categories()

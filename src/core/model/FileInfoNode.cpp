@@ -75,32 +75,44 @@ qint32 categoryForLowerExtension(std::string_view ext, bool includeArchives)
 
 qint32 FileInfoNode::categoryForPath(const QByteArray& path, bool includeArchives)
 {
-    const QByteArray ext = PathUtils::pathExtension(path);
-    if (ext.isEmpty())
+    // The extension of the last component (trailing slashes ignored; a leading dot does not
+    // start one), found in place: this runs for every scanned file.
+    const char* data = path.constData();
+    qsizetype end = path.size();
+    while (end > 1 && data[end - 1] == '/')
+        --end;
+    qsizetype nameStart = end;
+    while (nameStart > 0 && data[nameStart - 1] != '/')
+        --nameStart;
+    qsizetype dot = end;
+    while (dot > nameStart && data[dot - 1] != '.')
+        --dot;
+    if (dot <= nameStart + 1) // no dot, or only a leading one
         return CategoryOthers;
+    const std::string_view ext(data + dot, size_t(end - dot));
+    if (ext.empty())
+        return CategoryOthers;
+
     // Every list entry is short ASCII: lower-case ASCII extensions on the stack; anything
     // else goes through full Unicode lower-casing.
     char buffer[32];
-    if (ext.size() <= qsizetype(sizeof buffer)) {
-        bool ascii = true;
-        for (qsizetype i = 0; i < ext.size(); ++i) {
-            const unsigned char c = static_cast<unsigned char>(ext.at(i));
-            if (c >= 0x80) {
-                ascii = false;
-                break;
-            }
-            buffer[i] = (c >= 'A' && c <= 'Z') ? char(c + ('a' - 'A')) : char(c);
+    bool ascii = true;
+    for (const char ch : ext) {
+        if (static_cast<unsigned char>(ch) >= 0x80) {
+            ascii = false;
+            break;
         }
-        if (ascii)
-            return categoryForLowerExtension(std::string_view(buffer, size_t(ext.size())), includeArchives);
-    } else {
-        bool ascii = true;
-        for (char c : ext)
-            ascii = ascii && static_cast<unsigned char>(c) < 0x80;
-        if (ascii)
-            return CategoryOthers; // longer than every entry
     }
-    const QByteArray lower = QString::fromUtf8(ext).toLower().toUtf8();
+    if (ascii) {
+        if (ext.size() > sizeof buffer)
+            return CategoryOthers; // longer than every entry
+        for (size_t i = 0; i < ext.size(); ++i) {
+            const char c = ext[i];
+            buffer[i] = (c >= 'A' && c <= 'Z') ? char(c + ('a' - 'A')) : c;
+        }
+        return categoryForLowerExtension(std::string_view(buffer, ext.size()), includeArchives);
+    }
+    const QByteArray lower = QString::fromUtf8(ext.data(), qsizetype(ext.size())).toLower().toUtf8();
     return categoryForLowerExtension(std::string_view(lower.constData(), size_t(lower.size())),
                                      includeArchives);
 }
