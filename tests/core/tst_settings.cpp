@@ -179,6 +179,20 @@ private Q_SLOTS:
                  QStringList{QStringLiteral("/only/one")});
     }
 
+    // The program's own store lives in the (test's) configuration folder.
+    void standardStoreLocation()
+    {
+        Settings& settings = Settings::standard();
+        settings.setAutoSelectOption(2);
+        settings.synchronize();
+        const QString expected =
+            QString::fromLocal8Bit(qgetenv("XDG_CONFIG_HOME")) + QStringLiteral("/Quillon/Quillon.conf");
+        QVERIFY(expected.startsWith(QString::fromLocal8Bit(TestSupport::testHome())));
+        QCOMPARE(settings.store()->fileName(), expected);
+        QVERIFY(QFile::exists(expected));
+        QCOMPARE(Settings::standard().autoSelectOption(), 2);
+    }
+
     void minimumSizeInBytes_data()
     {
         QTest::addColumn<qint64>("size");

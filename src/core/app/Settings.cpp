@@ -2,6 +2,7 @@
 
 #include "platform/Platform.h"
 
+#include <QCoreApplication>
 #include <QMutex>
 #include <QMutexLocker>
 
@@ -58,7 +59,15 @@ Settings::Settings(QSettings* store) : m_store(store) {}
 
 QSettings* Settings::standardStore()
 {
-    static QSettings* store = new QSettings(QStringLiteral("Quillon"), QStringLiteral("Quillon"));
+    static QSettings* store = [] {
+        auto* s = new QSettings(QStringLiteral("Quillon"), QStringLiteral("Quillon"));
+        // QSettings writes its changes from its thread's event loop: keep it on the main
+        // thread even when a worker asks first, and write what is left when the program ends.
+        if (QCoreApplication* app = QCoreApplication::instance())
+            s->moveToThread(app->thread());
+        qAddPostRoutine([] { Settings::standardStore()->sync(); });
+        return s;
+    }();
     return store;
 }
 
@@ -108,29 +117,37 @@ QVariant Settings::value(const QString& key) const
         QMutexLocker lock(&registeredMutex());
         fallback = registered().value(key);
     }
-    if (!m_store->contains(key))
-        return fallback;
-    const QVariant stored = m_store->value(key);
+    QVariant stored;
+    {
+        QMutexLocker lock(&m_mutex);
+        if (!m_store->contains(key))
+            return fallback;
+        stored = m_store->value(key);
+    }
     return fallback.isValid() ? inTypeOf(stored, fallback) : stored;
 }
 
 void Settings::setValue(const QString& key, const QVariant& value)
 {
+    QMutexLocker lock(&m_mutex);
     m_store->setValue(key, value);
 }
 
 void Settings::remove(const QString& key)
 {
+    QMutexLocker lock(&m_mutex);
     m_store->remove(key);
 }
 
 bool Settings::contains(const QString& key) const
 {
+    QMutexLocker lock(&m_mutex);
     return m_store->contains(key);
 }
 
 void Settings::synchronize()
 {
+    QMutexLocker lock(&m_mutex);
     m_store->sync();
 }
 
@@ -182,6 +199,7 @@ QStringList Settings::excludedFolders() const
 void Settings::setExcludedFolders(const QStringList& folders)
 {
     // Stored as a list even when empty, so an emptied list stays empty over the defaults.
+    QMutexLocker lock(&m_mutex);
     m_store->setValue(kExcludedFolders, QVariant::fromValue(folders));
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QMutex>
 #include <QSettings>
 #include <QString>
 #include <QStringList>
@@ -79,4 +80,6 @@ public:
 
 private:
     QSettings* m_store;
+    // One Settings may be read by the scan's worker while the window writes to it.
+    mutable QMutex m_mutex;
 };
