@@ -2,6 +2,7 @@
 
 #include "app/AppGlobals.h"
 #include "platform/Platform.h"
+#include "util/CommonFuncs.h"
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
@@ -114,19 +115,6 @@ QByteArray withTable(const char* before, const QString& table, const char* after
 
 constexpr int kReadWrite = SQLITE_OPEN_READWRITE;
 
-// The first of the library's database names that exists, matched without regard to letter case;
-// the last name is taken without a test.
-QByteArray photosDatabasePath(const QByteArray& libraryPath)
-{
-    static const char* const candidates[] = {"database/apdb/Library.apdb", "database/Library.apdb",
-                                             "database/apdb/photos.db", "database/photos.db"};
-    for (const char* candidate : candidates) {
-        if (auto found = PathUtils::resolveIgnoringCase(libraryPath, candidate))
-            return *found;
-    }
-    return PathUtils::join(libraryPath, candidates[3]);
-}
-
 void removeIfExists(const QByteArray& path)
 {
     if (PathUtils::exists(path))
@@ -151,15 +139,16 @@ QByteArray chopTrailingSlashes(QByteArray path)
     return path;
 }
 
+// clang-format off
 const char kPhotosQuery[] =
-    "select h1.*, rav.modelid from (Select rk.fileSize as filSize, rv.modelId as modelId, rk.uuid as "
-    "masteruuid, "
-    "rv.uuid as mapuuid,rv.filename, rk.imagepath, rv.extendedDescription as description  from rkmaster rk, "
-    "rkversion rv where rk.uuid = rv.masteruuid and rk.isintrash <> 1 and rv.isintrash <> 1 and rv.burstUuid "
-    "is "
-    "null) h1  left join rkalbumversion rav on h1.modelid = rav.versionid and rav.albumid = (select modelId "
-    "from "
-    "rkalbum where name like ?1 and isintrash = 0 limit 1)  where rav.modelid is null";
+    "select h1.*, rav.modelid from (Select rk.fileSize as filSize, rv.modelId as modelId, "
+    "rk.uuid as masteruuid, rv.uuid as mapuuid,rv.filename, rk.imagepath, "
+    "rv.extendedDescription as description  from rkmaster rk, rkversion rv "
+    "where rk.uuid = rv.masteruuid and rk.isintrash <> 1 and rv.isintrash <> 1 and rv.burstUuid is null) h1  "
+    "left join rkalbumversion rav on h1.modelid = rav.versionid and rav.albumid = "
+    "(select modelId from rkalbum where name like ?1 and isintrash = 0 limit 1)  "
+    "where rav.modelid is null";
+// clang-format on
 
 // Reads one row of the Photos query into a record; false (and the record holds what was read
 // before the unreadable column) when a text column is not valid UTF-8. The image path is only
@@ -202,7 +191,7 @@ std::optional<QList<PhotoRecord>> DBOperations::getImagesFromlibraryPath(const Q
     const QByteArray caches = Platform::cachesFolder();
     QDir().mkpath(QFile::decodeName(caches));
 
-    const QByteArray source = photosDatabasePath(library);
+    const QByteArray source = CommonFuncs::getDataBasePathForPhotosLib(library);
     const QByteArray copy = PathUtils::join(caches, PathUtils::lastPathComponent(source));
     const QByteArray walSource = source + "-wal";
     const QByteArray walCopy = copy + "-wal";
