@@ -276,21 +276,6 @@ private Q_SLOTS:
         AppGlobals::initialize();
         QVERIFY(again.lines().isEmpty());
     }
-
-    // The lists stay exactly as defined, oddities included.
-    void extensionListQuirks()
-    {
-        QCOMPARE(AppGlobals::arrDocumentExt().count(QStringLiteral("xls")), 2);
-        QVERIFY(AppGlobals::arrPictureExt().contains(QStringLiteral("ICNS")));
-        QVERIFY(AppGlobals::arrMuiscExt().contains(QStringLiteral("audio cd")));
-        QCOMPARE(AppGlobals::arrMuiscExt().size(), 19);
-        QCOMPARE(AppGlobals::arrPictureExt().size(), 32);
-        QCOMPARE(AppGlobals::arrVideoExt().size(), 18);
-        QCOMPARE(AppGlobals::arrDocumentExt().size(), 25);
-        QCOMPARE(AppGlobals::arrArchiveExt(),
-                 QStringList({QStringLiteral("zip"), QStringLiteral("rar"), QStringLiteral("7z"),
-                              QStringLiteral("dmg"), QStringLiteral("pkg")}));
-    }
 };
 
 QUILLON_TEST_MAIN(TestSettings)
