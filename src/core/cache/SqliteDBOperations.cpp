@@ -232,7 +232,7 @@ void bindPath(sqlite3_stmt* statement, int index, const QByteArray& path)
     sqlite3_bind_text(statement, index, path.constData(), int(path.size()), SQLITE_STATIC);
 }
 
-// The statement as the log shows it: the values formatted into the documented text.
+// The statement as the log shows it: the values printed into the SQL text.
 QString insertStatementText(const FileInfoNode& node)
 {
     QString path = PathUtils::toDisplay(node.filePath);

@@ -7,8 +7,8 @@
 struct FileInfoNode;
 
 // The digest cache: class methods only, each opening the database file, doing its work and
-// closing it. Values are bound as parameters; what is stored is what the documented
-// formatted statements would store (modification seconds with exactly six decimals).
+// closing it. Values are bound as parameters; what is stored is what a statement with the
+// values printed into it ("%f") would store: dates with exactly six decimals of seconds.
 class SqliteDBOperations
 {
 public:
@@ -31,10 +31,16 @@ public:
     static bool copyDataBaseIfRequieredAtDestination(const QByteArray& destinationFolder,
                                                      const QString& fromPath);
     static void deleteRecordsFromTable(const QString& table, const QByteArray& dbPath);
+    // Fills tempTable with the records' paths and modification dates, replacing its rows in
+    // the same transaction.
     static void insertDataInTempTable(const QString& table, const QByteArray& dbPath,
                                       const std::vector<FileInfoNode*>& values);
-    // Fills AppGlobals::dictDataBaseFilesMd5 from the join of tempTable and hashTable.
+    // Fills AppGlobals::dictDataBaseFilesMd5 from the join of tempTable and hashTable. Only
+    // after insertDataInTempTable of this process succeeded on the same file: rows left by an
+    // earlier scan carry old dates and would hand out the digests of changed files.
     static void fetchHashInfoFromDbPath(const QByteArray& dbPath);
+    // Stores the digests of records that have one and were not taken from the cache; one
+    // transaction per batch, each insert succeeding or failing (logged) on its own.
     static void insertDataInTable(const QString& table, const QByteArray& dbPath,
                                   const std::vector<FileInfoNode*>& values);
     static bool createTablesIfNotExists(const QByteArray& dbPath);
