@@ -2,6 +2,7 @@
 
 #include "preferences/ExclusionTableModel.h"
 #include "preferences/PreferencesIcons.h"
+#include "util/WidgetAlertPresenter.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -10,10 +11,21 @@
 #include <QToolButton>
 #include <QVBoxLayout>
 
-TamExcludeViewController::TamExcludeViewController(Settings& settings, AlertPresenter& alerts,
+namespace {
+
+std::shared_ptr<AlertPresenter> presenterOrDefault(std::shared_ptr<AlertPresenter> alerts)
+{
+    return alerts ? std::move(alerts) : std::make_shared<WidgetAlertPresenter>();
+}
+
+} // namespace
+
+TamExcludeViewController::TamExcludeViewController(Settings& settings, std::shared_ptr<AlertPresenter> alerts,
                                                    ExclusionList::ScanListProvider scanList,
                                                    std::shared_ptr<FolderChooser> chooser, QObject* parent)
-    : QObject(parent), m_list(new ExclusionList(settings, alerts, std::move(scanList), this)),
+    : QObject(parent), m_alerts(presenterOrDefault(alerts)),
+      m_widgetAlerts(alerts ? nullptr : static_cast<WidgetAlertPresenter*>(m_alerts.get())),
+      m_list(new ExclusionList(settings, *m_alerts, std::move(scanList), this)),
       m_chooser(chooser ? std::move(chooser) : std::make_shared<DialogFolderChooser>())
 {
     m_model = new ExclusionTableModel(m_list, this);
@@ -116,6 +128,8 @@ void TamExcludeViewController::awakeFromNib()
     connect(m_model, &QAbstractItemModel::modelReset, this, &TamExcludeViewController::updateButtons);
     updateButtons();
 
+    if (m_widgetAlerts)
+        m_widgetAlerts->setWindow(view);
     view->resize(560, 360);
 }
 

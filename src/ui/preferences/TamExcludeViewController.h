@@ -11,6 +11,7 @@
 
 class AlertPresenter;
 class ExclusionTableModel;
+class WidgetAlertPresenter;
 class QAbstractButton;
 class Settings;
 
@@ -22,9 +23,9 @@ class TamExcludeViewController : public QObject, public TamPreferencesViewContro
 public:
     static inline const QString kAddPrompt = QStringLiteral("Add To Exclusions");
 
-    // Settings and alerts are not owned and must outlive the pane. Without a chooser the file
-    // dialog is used.
-    TamExcludeViewController(Settings& settings, AlertPresenter& alerts,
+    // Settings are not owned and must outlive the pane. Without a presenter the alerts appear as
+    // message boxes over the pane's window; without a chooser the file dialog is used.
+    TamExcludeViewController(Settings& settings, std::shared_ptr<AlertPresenter> alerts,
                              ExclusionList::ScanListProvider scanList,
                              std::shared_ptr<FolderChooser> chooser = {}, QObject* parent = nullptr);
     ~TamExcludeViewController() override;
@@ -51,6 +52,8 @@ private:
     void awakeFromNib();
     void updateButtons();
 
+    std::shared_ptr<AlertPresenter> m_alerts;
+    WidgetAlertPresenter* m_widgetAlerts = nullptr; // m_alerts when the pane made it
     ExclusionList* m_list;
     std::shared_ptr<FolderChooser> m_chooser;
     QPointer<QWidget> m_view;
