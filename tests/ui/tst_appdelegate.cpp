@@ -1,0 +1,429 @@
+#include <QApplication>
+
+#include "app/AppDelegate.h"
+#include "app/AppGlobals.h"
+#include "app/HeaderView.h"
+#include "app/MainWindow.h"
+#include "support/Screenshots.h"
+#include "support/TestMain.h"
+#include "util/WidgetAlertPresenter.h"
+
+#include <QLabel>
+#include <QMenu>
+#include <QMessageBox>
+#include <QPointer>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QThread>
+#include <QTimer>
+#include <memory>
+
+namespace {
+
+QString plainTitle(const QAbstractButton* button)
+{
+    QString text = button->text();
+    return text.remove(QLatin1Char('&'));
+}
+
+// What the answered message box showed.
+struct SeenBox
+{
+    bool shown = false;
+    QString text;
+    QString informativeText;
+    QWidget* window = nullptr;
+    QString defaultButton;
+    QStringList buttons;
+    bool onGuiThread = false;
+};
+
+// Waits (inside the event loop) for the next modal message box and answers it: clicks the
+// button with the given title, or presses Escape when the title is empty.
+void answerNextMessageBox(const QString& title, SeenBox* seen)
+{
+    auto* timer = new QTimer(qApp);
+    timer->setInterval(10);
+    QObject::connect(timer, &QTimer::timeout, [timer, title, seen] {
+        auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+        if (!box || !box->isVisible())
+            return;
+        timer->stop();
+        timer->deleteLater();
+        seen->shown = true;
+        seen->text = box->text();
+        seen->informativeText = box->informativeText();
+        seen->window = box->parentWidget() ? box->parentWidget()->window() : nullptr;
+        seen->defaultButton = box->defaultButton() ? plainTitle(box->defaultButton()) : QString();
+        seen->onGuiThread = box->thread() == qApp->thread() && QThread::currentThread() == qApp->thread();
+        for (QAbstractButton* b : box->buttons())
+            seen->buttons << plainTitle(b);
+        if (title.isEmpty()) {
+            QTest::keyClick(box, Qt::Key_Escape);
+            return;
+        }
+        for (QAbstractButton* b : box->buttons()) {
+            if (plainTitle(b) == title) {
+                b->click();
+                return;
+            }
+        }
+        QTest::keyClick(box, Qt::Key_Escape);
+    });
+    timer->start();
+}
+
+QWidget* plainPreferencesWindow(int* made)
+{
+    ++*made;
+    auto* w = new QWidget;
+    w->resize(500, 360);
+    return w;
+}
+
+} // namespace
+
+class TestAppDelegate : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void initTestCase()
+    {
+        QCoreApplication::setOrganizationName(QStringLiteral("Quillon"));
+        QCoreApplication::setApplicationName(QStringLiteral("Quillon"));
+        AppDelegate::initialize();
+    }
+
+    void cleanup()
+    {
+        AppGlobals::canOpenPreferences = false;
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+    }
+
+    void mainWindowOpensWithHeader()
+    {
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        MainWindow* window = delegate.mainWindow();
+        QVERIFY(window);
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+
+        QCOMPARE(window->size(), QSize(990, 680));
+        QCOMPARE(window->windowTitle(), QStringLiteral("Quillon"));
+        QVERIFY(!QGuiApplication::quitOnLastWindowClosed());
+
+        HeaderView* header = delegate.viewHeader();
+        QVERIFY(header);
+        QCOMPARE(header->statusLabel()->text(), QStringLiteral("Select folder to scan"));
+        QVERIFY(header->statusLabel()->isVisible());
+        QVERIFY(header->findChild<QLabel*>(QStringLiteral("appName"))->isVisible());
+
+        // The header sits on top, the empty content area fills the rest below it.
+        QWidget* content = window->contentArea();
+        QVERIFY(!delegate.contentView());
+        QVERIFY(content->findChildren<QWidget*>().isEmpty());
+        const QRect headerRect(header->mapTo(window, QPoint()), header->size());
+        const QRect contentRect(content->mapTo(window, QPoint()), content->size());
+        QCOMPARE(contentRect.top(), headerRect.bottom() + 1);
+        QCOMPARE(contentRect.bottom(), window->height() - 1);
+        QCOMPARE(contentRect.width(), window->width());
+        QVERIFY(headerRect.height() >= 48 && headerRect.height() <= 120);
+
+        saveScreen(window, QStringLiteral("main-window-empty"));
+
+        delegate.setStatusText(QStringLiteral("Scan Completed"));
+        QCOMPARE(header->statusLabel()->text(), QStringLiteral("Scan Completed"));
+        QCOMPARE(delegate.statusText(), QStringLiteral("Scan Completed"));
+    }
+
+    void contentViewReplacesPrevious()
+    {
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        MainWindow* window = delegate.mainWindow();
+        window->show();
+        QVERIFY(QTest::qWaitForWindowExposed(window));
+
+        QPointer<QWidget> first = new QWidget;
+        delegate.setContentView(first);
+        QCOMPARE(delegate.contentView(), first.data());
+        QCOMPARE(first->parentWidget(), window->contentArea());
+        QVERIFY(first->isVisible());
+        QTRY_COMPARE(first->size(), window->contentArea()->size());
+
+        QPointer<QWidget> second = new QWidget;
+        delegate.setContentView(second);
+        QCOMPARE(delegate.contentView(), second.data());
+        QVERIFY(second->isVisible());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY2(first.isNull(), "the replaced view is deleted");
+        QTRY_COMPARE(second->size(), window->contentArea()->size());
+
+        // Taking the view hands it back without deleting it.
+        std::unique_ptr<QWidget> taken(window->takeContentView());
+        QCOMPARE(taken.get(), second.data());
+        QVERIFY(!taken->parent());
+        QVERIFY(!delegate.contentView());
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
+        QVERIFY(!second.isNull());
+    }
+
+    // Closing runs inside a real event loop: exec() returns 0 when the delegate quits, and 7
+    // when the fallback timer has to end the loop because nothing quit.
+    void closingWindows_data()
+    {
+        QTest::addColumn<bool>("showMain");
+        QTest::addColumn<bool>("closeMain");
+        QTest::addColumn<bool>("expectQuit");
+        QTest::newRow("main window") << true << true << true;
+        QTest::newRow("preferences, main open") << true << false << false;
+        QTest::newRow("preferences, last visible window") << false << false << false;
+    }
+    void closingWindows()
+    {
+        QFETCH(bool, showMain);
+        QFETCH(bool, closeMain);
+        QFETCH(bool, expectQuit);
+
+        int made = 0;
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        delegate.setPreferencesWindowFactory([&made] { return plainPreferencesWindow(&made); });
+        if (showMain) {
+            delegate.mainWindow()->show();
+            QVERIFY(QTest::qWaitForWindowExposed(delegate.mainWindow()));
+        }
+        delegate.openPrefernces();
+        QWidget* prefs = delegate.preferencesWindowController();
+        QVERIFY(prefs && prefs->isVisible());
+
+        QSignalSpy aboutToQuit(qApp, &QCoreApplication::aboutToQuit);
+        QWidget* toClose = closeMain ? static_cast<QWidget*>(delegate.mainWindow()) : prefs;
+        QTimer::singleShot(0, toClose, &QWidget::close);
+        QTimer fallback;
+        fallback.setSingleShot(true);
+        connect(&fallback, &QTimer::timeout, qApp, [] { QCoreApplication::exit(7); });
+        fallback.start(expectQuit ? 5000 : 400);
+        const int code = QCoreApplication::exec();
+
+        QCOMPARE(code, expectQuit ? 0 : 7);
+        QCOMPARE(aboutToQuit.count(), 1);
+        QVERIFY(!toClose->isVisible());
+        if (!expectQuit)
+            QCOMPARE(delegate.mainWindow()->isVisible(), showMain);
+    }
+
+    void windowWillCloseOnlyQuitsForMainWindow()
+    {
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        QWidget other;
+        QSignalSpy aboutToQuit(qApp, &QCoreApplication::aboutToQuit);
+        QTimer::singleShot(0, &delegate, [&] { delegate.windowWillClose(&other); });
+        QTimer::singleShot(0, &delegate, [&] { delegate.windowWillClose(nullptr); });
+        QTimer::singleShot(300, qApp, [] { QCoreApplication::exit(7); });
+        QCOMPARE(QCoreApplication::exec(), 7);
+
+        // The quit action ends the loop even with the main window hidden.
+        QTimer::singleShot(0, delegate.quitAction(), &QAction::trigger);
+        QTimer fallback;
+        fallback.setSingleShot(true);
+        connect(&fallback, &QTimer::timeout, qApp, [] { QCoreApplication::exit(7); });
+        fallback.start(5000);
+        QCOMPARE(QCoreApplication::exec(), 0);
+        QCOMPARE(aboutToQuit.count(), 2);
+    }
+
+    void preferencesItemFollowsScan()
+    {
+        int made = 0;
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        delegate.setPreferencesWindowFactory([&made] { return plainPreferencesWindow(&made); });
+        QAction* prefs = delegate.preferencesAction();
+        QVERIFY(prefs);
+        QCOMPARE(prefs->text(), QStringLiteral("Preferences..."));
+        QCOMPARE(prefs->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Comma));
+        QCOMPARE(delegate.quitAction()->shortcut(), QKeySequence(Qt::CTRL | Qt::Key_Q));
+        QVERIFY(prefs->isEnabled());
+
+        // A scan starts: the menu shows the item disabled the next time it opens.
+        AppGlobals::canOpenPreferences = true;
+        QMenu* menu = delegate.applicationMenu();
+        menu->popup(QPoint(10, 10));
+        QTRY_VERIFY(menu->isVisible());
+        QVERIFY(!prefs->isEnabled());
+        QVERIFY(!delegate.validateMenuItem(prefs));
+        QVERIFY(delegate.validateMenuItem(delegate.quitAction()));
+        QVERIFY(delegate.quitAction()->isEnabled());
+        QVERIFY(delegate.aboutAction()->isEnabled());
+        menu->hide();
+
+        // Neither the action nor a direct call (the shortcut path) opens the window meanwhile.
+        prefs->trigger();
+        delegate.openPrefernces();
+        QCOMPARE(made, 0);
+        QVERIFY(!delegate.preferencesWindowController());
+
+        // The scan ends: enabled again, through the public refresh.
+        AppGlobals::canOpenPreferences = false;
+        delegate.updateMenuState();
+        QVERIFY(prefs->isEnabled());
+        prefs->trigger();
+        QCOMPARE(made, 1);
+        QVERIFY(delegate.preferencesWindowController()->isVisible());
+    }
+
+    void preferencesWindowIsMadeOnce()
+    {
+        int made = 0;
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+
+        // Without a factory nothing opens and nothing breaks.
+        QTest::ignoreMessage(QtInfoMsg, "Preferences window is not available");
+        delegate.openPrefernces();
+        QVERIFY(!delegate.preferencesWindowController());
+
+        delegate.setPreferencesWindowFactory([&made] { return plainPreferencesWindow(&made); });
+        delegate.openPrefernces();
+        QCOMPARE(made, 1);
+        QPointer<QWidget> window = delegate.preferencesWindowController();
+        QVERIFY(window);
+        QVERIFY(window->isWindow());
+        QVERIFY(window->isVisible());
+        QCOMPARE(window->windowTitle(), QStringLiteral("Preferences"));
+
+        window->close();
+        QVERIFY(!window->isVisible());
+        delegate.openPrefernces();
+        QCOMPARE(made, 1);
+        QCOMPARE(delegate.preferencesWindowController(), window.data());
+        QVERIFY(window->isVisible());
+
+        // A minimised window comes back to normal.
+        window->showMinimized();
+        delegate.openPrefernces();
+        QTRY_VERIFY(!window->isMinimized());
+        QVERIFY(window->isVisible());
+        QCOMPARE(made, 1);
+
+        // A factory that fails leaves no window behind and is asked again next time.
+        AppDelegate second;
+        second.awakeFromNib();
+        int attempts = 0;
+        second.setPreferencesWindowFactory([&attempts]() -> QWidget* {
+            ++attempts;
+            return nullptr;
+        });
+        QTest::ignoreMessage(QtInfoMsg, "Preferences window could not be created");
+        second.openPrefernces();
+        QTest::ignoreMessage(QtInfoMsg, "Preferences window could not be created");
+        second.openPrefernces();
+        QCOMPARE(attempts, 2);
+        QVERIFY(!second.preferencesWindowController());
+    }
+
+    void preferencesWindowGoesWithDelegate()
+    {
+        int made = 0;
+        QPointer<QWidget> window;
+        {
+            AppDelegate delegate;
+            delegate.awakeFromNib();
+            delegate.setPreferencesWindowFactory([&made] { return plainPreferencesWindow(&made); });
+            delegate.openPrefernces();
+            window = delegate.preferencesWindowController();
+            QVERIFY(window);
+        }
+        QVERIFY(window.isNull());
+    }
+
+    void helpShowsOneAboutBox()
+    {
+        AppDelegate delegate;
+        delegate.awakeFromNib();
+        delegate.mainWindow()->show();
+        QVERIFY(QTest::qWaitForWindowExposed(delegate.mainWindow()));
+        QCOMPARE(delegate.aboutAction()->text(), QStringLiteral("About Quillon"));
+
+        delegate.aboutAction()->trigger();
+        delegate.helpMenuTapped();
+        const auto boxes = delegate.mainWindow()->findChildren<QMessageBox*>();
+        QCOMPARE(boxes.size(), 1);
+        QMessageBox* box = boxes.first();
+        QTRY_VERIFY(box->isVisible());
+        QCOMPARE(box->windowTitle(), QStringLiteral("About Quillon"));
+        QVERIFY(box->text().contains(QStringLiteral("Quillon")));
+        QVERIFY(box->informativeText().contains(QStringLiteral("sends nothing over the network")));
+        saveScreen(box, QStringLiteral("about-box"));
+
+        QPointer<QMessageBox> guard(box);
+        box->button(QMessageBox::Ok)->click();
+        QTRY_VERIFY(guard.isNull());
+        // It can be opened again after closing.
+        delegate.helpMenuTapped();
+        QTRY_COMPARE(delegate.mainWindow()->findChildren<QMessageBox*>().size(), 1);
+    }
+
+    void alertAnswers_data()
+    {
+        QTest::addColumn<QStringList>("buttons");
+        QTest::addColumn<QString>("answer"); // empty: Escape
+        QTest::addColumn<bool>("fromWorker");
+        QTest::addColumn<int>("expected");
+        const QStringList three{"Move to Trash", "Cancel", "Keep"};
+        QTest::newRow("worker, default") << three << "Move to Trash" << true << 0;
+        QTest::newRow("worker, second") << three << "Cancel" << true << 1;
+        QTest::newRow("worker, third") << three << "Keep" << true << 2;
+        QTest::newRow("worker, escape cancels") << three << QString() << true << 1;
+        QTest::newRow("gui thread, third") << three << "Keep" << false << 2;
+        QTest::newRow("gui thread, single OK by escape") << QStringList{"OK"} << QString() << false << 0;
+        QTest::newRow("worker, two without cancel")
+            << QStringList{"Go To Preferences", "Add"} << "Add" << true << 1;
+    }
+    void alertAnswers()
+    {
+        QFETCH(QStringList, buttons);
+        QFETCH(QString, answer);
+        QFETCH(bool, fromWorker);
+        QFETCH(int, expected);
+
+        QWidget window;
+        window.resize(400, 300);
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        WidgetAlertPresenter presenter(&window);
+        const Alert alert{QStringLiteral("Move 3 items to the Trash?"), QStringLiteral("<b>not markup</b>"),
+                          buttons};
+
+        SeenBox seen;
+        answerNextMessageBox(answer, &seen);
+        int result = -1;
+        if (fromWorker) {
+            std::unique_ptr<QThread> worker(QThread::create([&] { result = presenter.runModal(alert); }));
+            worker->start();
+            QTRY_VERIFY_WITH_TIMEOUT(worker->isFinished(), 10000);
+            worker->wait();
+        } else {
+            result = presenter.runModal(alert);
+        }
+
+        QVERIFY(seen.shown);
+        QVERIFY(seen.onGuiThread);
+        QCOMPARE(result, expected);
+        QCOMPARE(seen.text, alert.messageText);
+        QCOMPARE(seen.informativeText, alert.informativeText);
+        QCOMPARE(seen.window, &window);
+        QCOMPARE(seen.defaultButton, buttons.first());
+        QStringList shown = seen.buttons;
+        shown.sort();
+        QStringList given = buttons;
+        given.sort();
+        QCOMPARE(shown, given);
+    }
+};
+
+QUILLON_GUI_TEST_MAIN(TestAppDelegate)
+#include "tst_appdelegate.moc"
