@@ -452,13 +452,13 @@ void SqliteDBOperations::insertDataInTempTable(const QString& table, const QByte
                 bindPath(insert.get(), 1, node->filePath);
                 sqlite3_bind_double(insert.get(), 2, storedSeconds(node->modDate));
                 const int rc = insert.step();
-                if (rc != SQLITE_DONE)
-                    db.noteResult(rc);
                 insert.reset();
                 // A path given twice fails its UNIQUE constraint and is skipped; any other
-                // failure ends the list here (the rows written so far are still right).
-                if (rc != SQLITE_DONE && (rc & 0xff) != SQLITE_CONSTRAINT)
+                // failure gives the whole list up (rolled back, so the lookup is skipped).
+                if (rc != SQLITE_DONE && (rc & 0xff) != SQLITE_CONSTRAINT) {
+                    db.noteResult(rc);
                     ok = false;
+                }
             }
             if (!ok)
                 db.logFailure(QStringLiteral("cannot write the scanned paths"));
