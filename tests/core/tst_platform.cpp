@@ -68,6 +68,29 @@ private Q_SLOTS:
         QVERIFY(::mkdir(m_work.constData(), 0755) == 0 || errno == EEXIST);
     }
 
+    void homeFromEnvironment_data()
+    {
+        QTest::addColumn<QByteArray>("home");
+        QTest::addColumn<bool>("fromAccount");
+        QTest::newRow("not utf-8") << QByteArray("/srv/h\xe9me") << false;
+        QTest::newRow("trailing slash") << QByteArray("/srv/home/") << false;
+        QTest::newRow("unset") << QByteArray() << true;
+        QTest::newRow("relative") << QByteArray("somewhere") << true;
+    }
+    void homeFromEnvironment()
+    {
+        QFETCH(QByteArray, home);
+        QFETCH(bool, fromAccount);
+        EnvOverride env("HOME", home);
+        const QByteArray result = Platform::homePath();
+        if (fromAccount) {
+            QVERIFY(result.startsWith('/'));
+            QVERIFY(result != home);
+        } else {
+            QCOMPARE(result, home.endsWith('/') ? home.chopped(1) : home);
+        }
+    }
+
     void folders_data()
     {
         QTest::addColumn<QByteArray>("cacheHome");
@@ -105,6 +128,7 @@ private Q_SLOTS:
         QTest::newRow("trash with slash") << QByteArray("~/.local/share/Trash/") << true;
         QTest::newRow("trashed file") << QByteArray("~/.local/share/Trash/files/a.jpg") << true;
         QTest::newRow("old style") << QByteArray("~/.Trash/a.jpg") << true;
+        QTest::newRow("doubled slashes") << QByteArray("~//.local/share//Trash/files/a.jpg") << true;
         QTest::newRow("not utf-8 inside") << QByteArray("~/.local/share/Trash/files/\xff.jpg") << true;
         QTest::newRow("similar name") << QByteArray("~/.local/share/Trashcan/a.jpg") << false;
         QTest::newRow("other case") << QByteArray("~/.local/share/trash/files/a.jpg") << false;

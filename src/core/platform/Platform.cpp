@@ -13,17 +13,64 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+namespace {
+
+// The account's entry; getpwuid_r because these are asked from worker threads too.
+struct Account
+{
+    QByteArray name;
+    QByteArray home;
+};
+
+Account currentAccount()
+{
+    Account account;
+    passwd entry;
+    passwd* found = nullptr;
+    QByteArray buffer(16384, '\0');
+    if (::getpwuid_r(::geteuid(), &entry, buffer.data(), size_t(buffer.size()), &found) == 0 && found) {
+        account.name = found->pw_name ? QByteArray(found->pw_name) : QByteArray();
+        account.home = found->pw_dir ? QByteArray(found->pw_dir) : QByteArray();
+    }
+    return account;
+}
+
+// "a//b" -> "a/b", and no trailing slash except for "/" itself.
+QByteArray collapseSlashes(const QByteArray& path)
+{
+    QByteArray out;
+    out.reserve(path.size());
+    for (const char c : path) {
+        if (c == '/' && out.endsWith('/'))
+            continue;
+        out.append(c);
+    }
+    while (out.size() > 1 && out.endsWith('/'))
+        out.chop(1);
+    return out;
+}
+
+} // namespace
+
 namespace Platform {
 
 QByteArray homePath()
 {
-    return QFile::encodeName(QDir::homePath());
+    // $HOME's own bytes (QDir::homePath would pass them through text); the account's folder
+    // when it is not set.
+    QByteArray home = qgetenv("HOME");
+    if (home.isEmpty() || !home.startsWith('/'))
+        home = currentAccount().home;
+    if (home.isEmpty())
+        return QFile::encodeName(QDir::homePath());
+    return collapseSlashes(home);
 }
 
 QString userShortName()
 {
-    if (const passwd* pw = ::getpwuid(::geteuid()); pw && pw->pw_name)
-        return QString::fromLocal8Bit(pw->pw_name);
+    const QByteArray name = currentAccount().name;
+    if (!name.isEmpty())
+        return QString::fromLocal8Bit(name);
     return qEnvironmentVariable("USER");
 }
 
@@ -53,9 +100,9 @@ QList<QByteArray> userTrashFolders()
 
 bool isInUserTrash(const QByteArray& path)
 {
-    const QByteArray p = comparablePath(path);
+    const QByteArray p = comparablePath(collapseSlashes(path));
     for (const QByteArray& trash : userTrashFolders()) {
-        const QByteArray t = comparablePath(trash);
+        const QByteArray t = comparablePath(collapseSlashes(trash));
         if (p == t || p.startsWith(t + '/'))
             return true;
     }
