@@ -36,6 +36,12 @@ QStringList modelIds(const QList<PhotoRecord>& records)
     return ids;
 }
 
+QStringList sorted(QStringList list)
+{
+    list.sort();
+    return list;
+}
+
 QStringList leftoversInCaches()
 {
     const QDir caches(QFile::decodeName(Platform::cachesFolder()));
@@ -81,12 +87,12 @@ private Q_SLOTS:
         lib.setUseWal(useWal);
         lib.setMarkedAlbumName(albumName);
         const int plain = lib.addPhoto({"2020/a.jpg", "alpha"});
+        const int edited = lib.addVersion(plain, "a edited.jpg");
         const int described = lib.addPhoto(Photo("2020/b.jpg", "bravo!").describedAs("Sunset"));
         lib.addPhoto(Photo("2020/c.jpg", "c").masterTrashed());
         lib.addPhoto(Photo("2020/d.jpg", "d").versionTrashed());
         lib.addPhoto(Photo("2020/e.jpg", "e").partOfBurst());
         lib.addPhoto(Photo("2020/f.jpg", "f").alreadyCollected());
-        const int edited = lib.addVersion(plain, "a edited.jpg");
         QVERIFY(lib.write());
         if (useWal)
             QVERIFY(PathUtils::exists(lib.databasePath() + "-wal"));
@@ -95,8 +101,8 @@ private Q_SLOTS:
 
         const auto records = DBOperations::getPhotoslibraryPath(lib.libraryPath());
         QVERIFY(records.has_value());
-        QCOMPARE(modelIds(*records), QStringList({lib.photo(plain).modelId, lib.photo(described).modelId,
-                                                  lib.photo(edited).modelId}));
+        QCOMPARE(modelIds(*records),
+                 sorted({lib.photo(plain).modelId, lib.photo(edited).modelId, lib.photo(described).modelId}));
 
         for (const PhotoRecord& r : *records) {
             const int index = r.modelId.toInt() - 1;
