@@ -2,6 +2,7 @@
 
 #include <QDir>
 #include <cstdlib>
+#include <filesystem>
 #include <sys/stat.h>
 
 namespace TestSupport {
@@ -17,10 +18,11 @@ void isolateHome()
         static QTemporaryDir dir(QDir::tempPath() + QStringLiteral("/quillon-test-home-XXXXXX"));
         home = QFile::encodeName(dir.path());
     }
-    QDir().mkpath(QString::fromUtf8(home));
-    // A clean home for every run.
-    QDir(QString::fromUtf8(home)).removeRecursively();
-    QDir().mkpath(QString::fromUtf8(home));
+    // A clean home for every run; std::filesystem works on the path bytes, so names that are
+    // not valid UTF-8 are removed too.
+    std::error_code ignored;
+    std::filesystem::remove_all(std::filesystem::path(home.toStdString()), ignored);
+    std::filesystem::create_directories(std::filesystem::path(home.toStdString()), ignored);
     g_home = home;
     qputenv("HOME", home);
     qputenv("XDG_CONFIG_HOME", home + "/.config");
