@@ -59,6 +59,12 @@ TamPreferencesWindowController::TamPreferencesWindowController(Settings& setting
     m_contentView->setObjectName(QStringLiteral("contentView"));
     setCentralWidget(m_contentView);
 
+    auto* closeAction = new QAction(this);
+    closeAction->setShortcuts({QKeySequence(QKeySequence::Close), QKeySequence(Qt::Key_Escape)});
+    closeAction->setShortcutContext(Qt::WindowShortcut);
+    connect(closeAction, &QAction::triggered, this, &QWidget::close);
+    addAction(closeAction);
+
     m_resizeAnimation = new QPropertyAnimation(this, "geometry", this);
     m_resizeAnimation->setEasingCurve(QEasingCurve::InOutQuad);
     connect(m_resizeAnimation, &QPropertyAnimation::finished, this,
@@ -72,7 +78,7 @@ TamPreferencesWindowController::TamPreferencesWindowController(Settings& setting
 TamPreferencesWindowController::~TamPreferencesWindowController()
 {
     // The panes own their views; hand back the one on show so it is not deleted with the window.
-    if (m_selectedViewController) {
+    if (m_windowLoaded && m_selectedViewController) {
         if (QWidget* view = m_selectedViewController->view(); view && view->parentWidget() == m_contentView) {
             view->hide();
             view->setParent(nullptr);
