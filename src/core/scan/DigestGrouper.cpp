@@ -57,6 +57,24 @@ bool unchangedSince(const QByteArray& path, const FileAttributes& before)
            a->inode == before.inode;
 }
 
+double mtimeOf(const struct stat& st)
+{
+    return double(st.st_mtim.tv_sec) + double(st.st_mtim.tv_nsec) / 1e9;
+}
+
+// Whether an open file still is the regular file the walk recorded.
+bool isRecordedFile(const FileInfoNode& node, const struct stat& st)
+{
+    return S_ISREG(st.st_mode) && quint64(st.st_size) == node.fileSize &&
+           std::abs(mtimeOf(st) - node.modDate) <= 1e-3;
+}
+
+bool sameState(const struct stat& a, const struct stat& b)
+{
+    return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
+           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec && a.st_ino == b.st_ino;
+}
+
 bool preadFully(int fd, char* buffer, qint64 length, qint64 offset)
 {
     while (length > 0) {
@@ -166,13 +184,11 @@ QByteArray DigestGrouper::calculateMd5ForPackageFile(const QByteArray& path,
 void DigestGrouper::readEdges(Work& work, size_t index) const
 {
     FileInfoNode& node = *work.cand[index];
-    FileAttributes before;
     quint8 outcome = Unreadable;
-    const int fd = stillSameFile(node, before)
-                       ? ::open(node.filePath.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC)
-                       : -1;
-    struct stat st;
-    if (fd >= 0 && ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && quint64(st.st_size) == node.fileSize) {
+    // Never blocks on a FIFO that took the file's place; only a regular file is read.
+    const int fd = ::open(node.filePath.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+    struct stat before;
+    if (fd >= 0 && ::fstat(fd, &before) == 0 && isRecordedFile(node, before)) {
         const qint64 size = qint64(node.fileSize);
         char buffer[2 * kBlockSize];
         if (size <= kBlockSize) {
@@ -192,13 +208,14 @@ void DigestGrouper::readEdges(Work& work, size_t index) const
                 outcome = EdgesRead;
             }
         }
+        struct stat after;
+        if (outcome != Unreadable && (::fstat(fd, &after) != 0 || !sameState(before, after))) {
+            outcome = Unreadable; // written to while it was read
+            work.digest[index].clear();
+        }
     }
     if (fd >= 0)
         ::close(fd);
-    if (outcome != Unreadable && !unchangedSince(node.filePath, before)) {
-        outcome = Unreadable;
-        work.digest[index].clear();
-    }
     work.status[index].store(outcome);
 }
 
