@@ -8,6 +8,7 @@
 
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <cstdio>
 
 namespace {
 
@@ -138,8 +139,9 @@ private Q_SLOTS:
         IPhotoLibraryFixture lib(pathOf(tmp) + "/old place");
         const auto photo = lib.addPhoto(Photo("2013/a.jpg", "a").editedAs("2013/a.jpg", "edit"));
         QVERIFY(lib.write());
-        const QByteArray moved = pathOf(tmp) + "/New Place.photolibrary";
-        QVERIFY(QDir().rename(QFile::decodeName(lib.libraryPath()), QFile::decodeName(moved)));
+        // The new name is not even UTF-8: paths are handed on as bytes.
+        const QByteArray moved = pathOf(tmp) + "/Nouvel \xe9t\xe9.photolibrary";
+        QCOMPARE(::rename(lib.libraryPath().constData(), moved.constData()), 0);
 
         Reader reader(tmp.path());
         reader.filler.fetchImagesFromLib(moved);
@@ -151,6 +153,12 @@ private Q_SLOTS:
         QVERIFY(PathUtils::exists(f.arrImagePaths.first()));
         QVERIFY(PathUtils::exists(f.arrThumbnailPaths.first()));
         QVERIFY(!photo.imagePath.startsWith(moved));
+
+        // Removal reaches the database at the new place.
+        reader.filler.moveNodeToiPhotoTrash(0);
+        QVERIFY(
+            IPhotoLibraryFixture::versionInTrash(moved + "/Database/apdb/Library.apdb", photo.versionUuid));
+        QVERIFY(IPhotoLibraryFixture::masterInTrash(moved + "/Database/apdb/Library.apdb", photo.masterUuid));
     }
 
     void xmlWithoutArchivePathIsReported()

@@ -4,9 +4,10 @@
 #include "support/TestMain.h"
 #include "util/PathUtils.h"
 
-#include <QFileInfo>
 #include <QRegularExpression>
 #include <QTemporaryDir>
+#include <fcntl.h>
+#include <sys/stat.h>
 
 namespace {
 
@@ -15,16 +16,20 @@ using Photo = PhotosLibraryFixture::Photo;
 struct FileState
 {
     QByteArray bytes;
-    QDateTime modified;
+    qint64 modifiedNs = -1;
     bool operator==(const FileState&) const = default;
 };
 
 FileState stateOf(const QByteArray& path)
 {
-    QFile file(QFile::decodeName(path));
-    if (!file.open(QIODevice::ReadOnly))
+    // By the path's bytes: the library may sit in a folder whose name is not UTF-8.
+    struct stat st;
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0 || ::fstat(fd, &st) != 0)
         return {};
-    return {file.readAll(), QFileInfo(file).lastModified()};
+    QFile file;
+    file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle);
+    return {file.readAll(), qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
 }
 
 QStringList modelIds(const QList<PhotoRecord>& records)
@@ -65,24 +70,31 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("databaseName");
         QTest::addColumn<bool>("useWal");
         QTest::addColumn<QString>("albumName");
+        QTest::addColumn<QByteArray>("folder");
         QTest::newRow("photos.db") << QByteArray("database/photos.db") << false
-                                   << QStringLiteral("Duplicate Marked Photos");
+                                   << QStringLiteral("Duplicate Marked Photos") << QByteArray("x");
         QTest::newRow("rows only in the -wal")
-            << QByteArray("database/photos.db") << true << QStringLiteral("Duplicate Marked Photos");
-        QTest::newRow("apdb/Library.apdb")
-            << QByteArray("database/apdb/Library.apdb") << true << QStringLiteral("Duplicate Marked Photos");
-        QTest::newRow("folder in other case")
-            << QByteArray("Database/apdb/photos.db") << false << QStringLiteral("Duplicate Marked Photos");
+            << QByteArray("database/photos.db") << true << QStringLiteral("Duplicate Marked Photos")
+            << QByteArray("x");
+        QTest::newRow("apdb/Library.apdb") << QByteArray("database/apdb/Library.apdb") << true
+                                           << QStringLiteral("Duplicate Marked Photos") << QByteArray("x");
+        QTest::newRow("folder in other case") << QByteArray("Database/apdb/photos.db") << false
+                                              << QStringLiteral("Duplicate Marked Photos") << QByteArray("x");
         QTest::newRow("album name in lower case")
-            << QByteArray("database/photos.db") << false << QStringLiteral("duplicate marked photos");
+            << QByteArray("database/photos.db") << false << QStringLiteral("duplicate marked photos")
+            << QByteArray("x");
+        QTest::newRow("folder name not UTF-8")
+            << QByteArray("database/photos.db") << true << QStringLiteral("Duplicate Marked Photos")
+            << QByteArray("caf\xe9");
     }
     void readsLiveUncollectedPhotos()
     {
         QFETCH(QByteArray, databaseName);
         QFETCH(bool, useWal);
         QFETCH(QString, albumName);
+        QFETCH(QByteArray, folder);
         QTemporaryDir tmp;
-        PhotosLibraryFixture lib(QFile::encodeName(tmp.path()));
+        PhotosLibraryFixture lib(QFile::encodeName(tmp.path()) + "/" + folder);
         lib.setDatabaseName(databaseName);
         lib.setUseWal(useWal);
         lib.setMarkedAlbumName(albumName);

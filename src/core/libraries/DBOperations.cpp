@@ -6,10 +6,13 @@
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
-#include <QDir>
-#include <QFile>
 #include <QStringDecoder>
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
 #include <sqlite3.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace {
 
@@ -115,19 +118,66 @@ QByteArray withTable(const char* before, const QString& table, const char* after
 
 constexpr int kReadWrite = SQLITE_OPEN_READWRITE;
 
+// File work goes through the path bytes: a name that is not UTF-8 must not be mangled on its
+// way through QString.
 void removeIfExists(const QByteArray& path)
 {
-    if (PathUtils::exists(path))
-        QFile::remove(QFile::decodeName(path));
+    ::unlink(path.constData());
+}
+
+bool makeFolders(const QByteArray& path)
+{
+    for (qsizetype slash = path.indexOf('/', 1);; slash = path.indexOf('/', slash + 1)) {
+        const QByteArray part = slash < 0 ? path : path.left(slash);
+        if (::mkdir(part.constData(), 0700) != 0 && errno != EEXIST)
+            return false;
+        if (slash < 0)
+            return PathUtils::isDirectory(path);
+    }
 }
 
 bool copyFile(const QByteArray& from, const QByteArray& to, QString* error)
 {
-    QFile source(QFile::decodeName(from));
-    if (!source.copy(QFile::decodeName(to))) {
+    const auto fail = [&](int code) {
         if (error)
-            *error = source.errorString();
+            *error = QString::fromLocal8Bit(std::strerror(code));
         return false;
+    };
+    const int in = ::open(from.constData(), O_RDONLY | O_CLOEXEC);
+    if (in < 0)
+        return fail(errno);
+    const int out = ::open(to.constData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (out < 0) {
+        const int code = errno;
+        ::close(in);
+        return fail(code);
+    }
+    char buffer[65536];
+    int code = 0;
+    for (;;) {
+        const ssize_t n = ::read(in, buffer, sizeof buffer);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n <= 0) {
+            code = n < 0 ? errno : 0;
+            break;
+        }
+        for (ssize_t done = 0; done < n && !code;) {
+            const ssize_t w = ::write(out, buffer + done, size_t(n - done));
+            if (w < 0 && errno != EINTR)
+                code = errno;
+            else if (w > 0)
+                done += w;
+        }
+        if (code)
+            break;
+    }
+    ::close(in);
+    if (::close(out) != 0 && !code)
+        code = errno;
+    if (code) {
+        ::unlink(to.constData());
+        return fail(code);
     }
     return true;
 }
@@ -189,7 +239,7 @@ std::optional<QList<PhotoRecord>> DBOperations::getImagesFromlibraryPath(const Q
 {
     const QByteArray library = chopTrailingSlashes(libraryPath);
     const QByteArray caches = Platform::cachesFolder();
-    QDir().mkpath(QFile::decodeName(caches));
+    makeFolders(caches);
 
     const QByteArray source = CommonFuncs::getDataBasePathForPhotosLib(library);
     const QByteArray copy = PathUtils::join(caches, PathUtils::lastPathComponent(source));

@@ -4,8 +4,10 @@
 #include <QFile>
 #include <QVariantList>
 #include <cstdlib>
+#include <fcntl.h>
 #include <limits>
 #include <plist/plist.h>
+#include <unistd.h>
 
 namespace {
 
@@ -98,9 +100,15 @@ std::optional<QVariant> PropertyList::fromMemory(const QByteArray& data)
 
 std::optional<QVariant> PropertyList::read(const QByteArray& path)
 {
-    QFile file(QFile::decodeName(path));
-    if (!file.open(QIODevice::ReadOnly))
+    // Opened by its bytes, so a path that is not UTF-8 still works.
+    const int fd = ::open(path.constData(), O_RDONLY | O_CLOEXEC);
+    if (fd < 0)
         return std::nullopt;
+    QFile file;
+    if (!file.open(fd, QIODevice::ReadOnly, QFileDevice::AutoCloseHandle)) {
+        ::close(fd);
+        return std::nullopt;
+    }
     return fromMemory(file.readAll());
 }
 
