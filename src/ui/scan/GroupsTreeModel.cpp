@@ -5,6 +5,8 @@
 #include "util/CommonFuncs.h"
 #include "util/PathUtils.h"
 
+#include <QFont>
+
 // Internal ids: 0 marks a group row; a member row stores its group's row + 1.
 GroupsTreeModel::GroupsTreeModel(QObject* parent) : QAbstractItemModel(parent) {}
 
@@ -83,12 +85,22 @@ QVariant GroupsTreeModel::data(const QModelIndex& index, int role) const
     }
     if (role == Qt::TextAlignmentRole && (index.column() == CountColumn || index.column() == SizeColumn))
         return QVariant(Qt::AlignRight | Qt::AlignVCenter);
+    if (role == Qt::FontRole && isGroup) {
+        QFont bold;
+        bold.setBold(true);
+        return bold;
+    }
     return {};
 }
 
 QVariant GroupsTreeModel::headerData(int section, Qt::Orientation orientation, int role) const
 {
-    if (orientation != Qt::Horizontal || role != Qt::DisplayRole)
+    if (orientation != Qt::Horizontal)
+        return {};
+    if (role == Qt::TextAlignmentRole)
+        return section == CountColumn || section == SizeColumn ? QVariant(Qt::AlignRight | Qt::AlignVCenter)
+                                                               : QVariant(Qt::AlignLeft | Qt::AlignVCenter);
+    if (role != Qt::DisplayRole)
         return {};
     switch (section) {
     case NameColumn:

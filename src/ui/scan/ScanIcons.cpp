@@ -90,4 +90,33 @@ QPixmap magnifier(int size, const QColor& color, qreal devicePixelRatio)
     return pm;
 }
 
+QIcon photoLibrary()
+{
+    QIcon icon;
+    for (int size : {16, 20, 24, 32, 48}) {
+        QPixmap pm = blank(size, 1.0);
+        QPainter p(&pm);
+        p.setRenderHint(QPainter::Antialiasing);
+        const qreal s = size;
+        const QRectF frame(0.06 * s, 0.14 * s, 0.88 * s, 0.72 * s);
+        p.setPen(QPen(QColor(90, 110, 130), qMax<qreal>(1.0, s / 24.0)));
+        p.setBrush(QColor(214, 234, 248));
+        p.drawRoundedRect(frame, 0.08 * s, 0.08 * s);
+        p.setPen(Qt::NoPen);
+        p.setBrush(QColor(245, 176, 65));
+        p.drawEllipse(QPointF(0.70 * s, 0.34 * s), 0.08 * s, 0.08 * s);
+        QPainterPath hills;
+        hills.moveTo(frame.left() + 1, frame.bottom() - 1);
+        hills.lineTo(0.34 * s, 0.44 * s);
+        hills.lineTo(0.52 * s, 0.66 * s);
+        hills.lineTo(0.66 * s, 0.54 * s);
+        hills.lineTo(frame.right() - 1, frame.bottom() - 1);
+        hills.closeSubpath();
+        p.setBrush(QColor(88, 160, 96));
+        p.drawPath(hills);
+        icon.addPixmap(pm);
+    }
+    return icon;
+}
+
 } // namespace ScanIcons

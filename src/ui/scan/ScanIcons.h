@@ -14,4 +14,7 @@ QIcon plus(const QColor& color);
 // A magnifier over a page, shown on the progress screen.
 QPixmap magnifier(int size, const QColor& color, qreal devicePixelRatio = 1.0);
 
+// A framed picture with hills and a sun: a photo library in the scan list.
+QIcon photoLibrary();
+
 } // namespace ScanIcons

@@ -1,6 +1,6 @@
 #include "scan/ScanListModel.h"
 
-#include "platform/Platform.h"
+#include "scan/ScanIcons.h"
 #include "scan/ScanList.h"
 #include "util/PathUtils.h"
 
@@ -36,10 +36,9 @@ QIcon ScanListModel::iconFor(const QByteArray& path) const
         return *it;
     QIcon icon;
     const QString ext = PathUtils::lowerExtension(path);
-    if (Platform::isPackage(path) &&
-        (ext.contains(QLatin1String("photo")) || ext.contains(QLatin1String("aplibrary"))))
-        icon =
-            QIcon::fromTheme(QStringLiteral("image-x-generic"), m_iconProvider.icon(QFileIconProvider::File));
+    if (ext == QLatin1String("photoslibrary") || ext == QLatin1String("photolibrary") ||
+        ext == QLatin1String("aplibrary") || ext == QLatin1String("migratedphotolibrary"))
+        icon = ScanIcons::photoLibrary();
     else
         icon = m_iconProvider.icon(QFileInfo(QFile::decodeName(path)));
     if (icon.isNull())

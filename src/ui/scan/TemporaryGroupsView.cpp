@@ -5,13 +5,52 @@
 #include "scan/GroupsTreeModel.h"
 #include "util/CommonFuncs.h"
 
+#include <QApplication>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QPushButton>
 #include <QStyle>
+#include <QStyledItemDelegate>
 #include <QTreeView>
 #include <QVBoxLayout>
+
+namespace {
+
+// Room around each cell, so right-aligned sizes do not run into the paths beside them.
+class PaddedItemDelegate : public QStyledItemDelegate
+{
+public:
+    using QStyledItemDelegate::QStyledItemDelegate;
+    void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        QStyleOptionViewItem padded = option;
+        padded.rect.adjust(kPad, 0, -kPad, 0);
+        // Selection and alternating rows still fill the whole cell.
+        QStyleOptionViewItem background = option;
+        initStyleOption(&background, index);
+        background.text.clear();
+        background.icon = QIcon();
+        const QWidget* w = option.widget;
+        (w ? w->style() : QApplication::style())
+            ->drawControl(QStyle::CE_ItemViewItem, &background, painter, w);
+        padded.backgroundBrush = Qt::NoBrush;
+        padded.features &= ~QStyleOptionViewItem::Alternate;
+        padded.state &= ~QStyle::State_Selected;
+        if (option.state & QStyle::State_Selected)
+            padded.palette.setColor(QPalette::Text, option.palette.color(QPalette::HighlightedText));
+        QStyledItemDelegate::paint(painter, padded, index);
+    }
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override
+    {
+        return QStyledItemDelegate::sizeHint(option, index) + QSize(2 * kPad, 8);
+    }
+
+private:
+    static constexpr int kPad = 8;
+};
+
+} // namespace
 
 TemporaryGroupsView::TemporaryGroupsView(QWidget* parent) : QWidget(parent)
 {
@@ -40,11 +79,12 @@ TemporaryGroupsView::TemporaryGroupsView(QWidget* parent) : QWidget(parent)
     m_tree->setTextElideMode(Qt::ElideMiddle);
     m_tree->setEditTriggers(QAbstractItemView::NoEditTriggers);
     m_tree->setSelectionBehavior(QAbstractItemView::SelectRows);
+    m_tree->setItemDelegate(new PaddedItemDelegate(m_tree));
     QHeaderView* header = m_tree->header();
     header->setStretchLastSection(true);
     header->resizeSection(GroupsTreeModel::NameColumn, 300);
-    header->resizeSection(GroupsTreeModel::CountColumn, 90);
-    header->resizeSection(GroupsTreeModel::SizeColumn, 100);
+    header->resizeSection(GroupsTreeModel::CountColumn, 100);
+    header->resizeSection(GroupsTreeModel::SizeColumn, 110);
     layout->addWidget(m_tree, 1);
 
     connect(m_back, &QPushButton::clicked, this, &TemporaryGroupsView::backRequested);
@@ -65,6 +105,7 @@ void TemporaryGroupsView::setGroups(const std::vector<DuplicateGroup*>& groups, 
                        QStringLiteral(" \u00b7 ") + count(dupCount, tr("duplicate"), tr("duplicates")) +
                        QStringLiteral(" \u00b7 ") +
                        tr("%1 to reclaim").arg(CommonFuncs::getSizeInUnits(reclaimable)));
-    if (m_model->rowCount() > 0)
-        m_tree->expand(m_model->index(0, 0));
+    // Members are shown at once for a list that is still short enough to read that way.
+    if (groups.size() <= 500)
+        m_tree->expandAll();
 }

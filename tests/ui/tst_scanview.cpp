@@ -1,0 +1,427 @@
+#include <QApplication>
+
+#include "app/AppGlobals.h"
+#include "app/Settings.h"
+#include "platform/FileViewer.h"
+#include "scan/DragDropBox.h"
+#include "scan/ElidedLabel.h"
+#include "scan/GroupsTreeModel.h"
+#include "scan/PathChooser.h"
+#include "scan/ResultViewController.h"
+#include "scan/ScanEngine.h"
+#include "scan/ScanList.h"
+#include "scan/ScanListModel.h"
+#include "scan/ScanListTableView.h"
+#include "scan/ScanListView.h"
+#include "scan/ScanOptions.h"
+#include "scan/ScanProgressView.h"
+#include "scan/TemporaryGroupsView.h"
+#include "support/Screenshots.h"
+#include "support/TestMain.h"
+#include "util/AlertPresenter.h"
+
+#include <QAbstractItemModelTester>
+#include <QDragEnterEvent>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QPushButton>
+#include <QSettings>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QToolButton>
+#include <QTreeView>
+#include <memory>
+
+namespace {
+
+class FakeChooser : public PathChooser
+{
+public:
+    QList<QByteArray> choosePaths(QWidget*, Kind kind) override
+    {
+        kinds.append(kind);
+        return answers.isEmpty() ? QList<QByteArray>() : answers.takeFirst();
+    }
+    QList<QList<QByteArray>> answers;
+    QList<Kind> kinds;
+};
+
+class RecordingFileViewer : public FileViewer
+{
+public:
+    bool showItems(const QList<QByteArray>& paths) override
+    {
+        shown += paths;
+        return true;
+    }
+    QList<QByteArray> shown;
+};
+
+// The header of the main window takes the rest of its 990 x 680 points.
+const QSize kScreenSize(990, 620);
+
+} // namespace
+
+class TestScanView : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<QSettings> m_store;
+    std::unique_ptr<Settings> m_settings;
+    ScriptedAlertPresenter m_alerts;
+    FakeChooser* m_chooser = nullptr;
+    RecordingFileViewer m_viewer;
+
+    QByteArray p(const QString& name) const { return QFile::encodeName(m_dir->filePath(name)); }
+    QByteArray makeDir(const QString& name) const
+    {
+        QDir().mkpath(m_dir->filePath(name));
+        return p(name);
+    }
+    QByteArray makeFile(const QString& name, const QByteArray& content) const
+    {
+        QDir().mkpath(QFileInfo(m_dir->filePath(name)).path());
+        QFile f(m_dir->filePath(name));
+        f.open(QIODevice::WriteOnly);
+        f.write(content);
+        return p(name);
+    }
+
+    std::unique_ptr<ResultViewController> makeView()
+    {
+        auto view = std::make_unique<ResultViewController>(*m_settings, &m_alerts);
+        auto chooser = std::make_unique<FakeChooser>();
+        m_chooser = chooser.get();
+        view->setPathChooser(std::move(chooser));
+        view->setFileViewer(&m_viewer);
+        ScanOptions options;
+        options.useCache = false;
+        view->engine()->setOptions(options);
+        view->resize(kScreenSize);
+        view->show();
+        return view;
+    }
+
+    static void dropOn(QWidget* target, const QList<QByteArray>& paths)
+    {
+        QByteArray uris;
+        for (const QByteArray& path : paths)
+            uris += "file://" + path.toPercentEncoding("/") + "\r\n";
+        QMimeData mime;
+        mime.setData(QStringLiteral("text/uri-list"), uris);
+        const Qt::DropActions actions = Qt::CopyAction | Qt::MoveAction | Qt::LinkAction;
+        QDragEnterEvent enter(QPoint(20, 20), actions, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &enter);
+        QVERIFY(enter.isAccepted());
+        QDropEvent drop(QPointF(20, 20), actions, &mime, Qt::LeftButton, Qt::NoModifier);
+        QApplication::sendEvent(target, &drop);
+        QVERIFY(drop.isAccepted());
+    }
+
+    static QStringList messages(const QList<Alert>& alerts)
+    {
+        QStringList out;
+        for (const Alert& a : alerts)
+            out.append(a.messageText);
+        return out;
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_dir->isValid());
+        m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
+                                              QSettings::IniFormat);
+        m_settings = std::make_unique<Settings>(m_store.get());
+        m_settings->setExcludedFolders({});
+        m_settings->setValue(Settings::kMinimumFileSize, 1); // 1 KB
+        m_settings->setValue(Settings::kFileSizeUnit, 0);
+        m_alerts.clear();
+        m_viewer.shown.clear();
+    }
+    void cleanup()
+    {
+        m_settings.reset();
+        m_store.reset();
+        m_dir.reset();
+    }
+
+    void addByDialogAndDrop()
+    {
+        auto view = makeView();
+        ScanListView* list = view->scanListView();
+        QCOMPARE(list->addButton()->toolTip(), QStringLiteral("Add Folder/ iPhoto Library/ Photos Library"));
+        QVERIFY(!list->scanButton()->isEnabled());
+
+        m_chooser->answers = {{makeDir(QStringLiteral("a")), makeDir(QStringLiteral("b"))}};
+        QTest::mouseClick(list->addButton(), Qt::LeftButton, {}, QPoint(10, list->addButton()->height() / 2));
+        QCOMPARE(m_chooser->kinds, QList<PathChooser::Kind>{PathChooser::Kind::Folders});
+        QCOMPARE(list->model()->rowCount(), 2);
+        QCOMPARE(list->model()->index(1, ScanListModel::PathColumn).data().toString(),
+                 QString::fromUtf8(p(QStringLiteral("b"))));
+        QVERIFY(list->scanButton()->isEnabled());
+
+        // A cancelled dialog changes nothing.
+        view->selectPathToScan(PathChooser::Kind::Files);
+        QCOMPARE(list->model()->rowCount(), 2);
+
+        // One new item and one already listed, dropped on the box and then on the table.
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^drag drop path = ")));
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^path dropped: ")));
+        dropOn(list->dropBox(), {p(QStringLiteral("a")), makeFile(QStringLiteral("c.txt"), "x")});
+        QCOMPARE(list->model()->rowCount(), 3);
+        QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ScanList::kSomeNotAddedMessage});
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^drag drop path = ")));
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^path dropped: ")));
+        dropOn(list->tableView()->viewport(), {makeDir(QStringLiteral("d"))});
+        QCOMPARE(list->model()->rowCount(), 4);
+        QCOMPARE(list->countLabel()->text(), QStringLiteral("4 items \u00b7 4 ticked for scanning"));
+
+        // A new view restores the same list.
+        view.reset();
+        auto again = makeView();
+        QCOMPARE(again->scanListView()->model()->rowCount(), 4);
+        QVERIFY(again->scanListView()->scanButton()->isEnabled());
+    }
+
+    void ticksRemovalAndRowMenu()
+    {
+        auto view = makeView();
+        ScanListView* list = view->scanListView();
+        const QByteArray a = makeDir(QStringLiteral("a"));
+        const QByteArray b = makeDir(QStringLiteral("b"));
+        ScanListModel* model = list->model();
+        QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        view->scanList()->selectPathToScan({a, b});
+
+        // Unticking both rows by their boxes disables Scan.
+        QVERIFY(
+            model->setData(model->index(0, ScanListModel::TickColumn), Qt::Unchecked, Qt::CheckStateRole));
+        QVERIFY(list->scanButton()->isEnabled());
+        QVERIFY(
+            model->setData(model->index(1, ScanListModel::TickColumn), Qt::Unchecked, Qt::CheckStateRole));
+        QVERIFY(!list->scanButton()->isEnabled());
+        QCOMPARE(model->index(1, ScanListModel::TickColumn).data(Qt::CheckStateRole).value<Qt::CheckState>(),
+                 Qt::Unchecked);
+        QCOMPARE(view->scanList()->arrPathNodes()[1].state, 0);
+
+        // The row menu: show in the file manager, tick all, remove the clicked row.
+        std::unique_ptr<QMenu> menu(list->createRowMenu(1, nullptr));
+        const auto action = [&menu](int tag) {
+            for (QAction* act : menu->actions())
+                if (!act->isSeparator() && act->data().toInt() == tag)
+                    return act;
+            return static_cast<QAction*>(nullptr);
+        };
+        QCOMPARE(action(ScanList::ShowInFileViewer)->text(), QStringLiteral("Show in File Manager"));
+        action(ScanList::ShowInFileViewer)->trigger();
+        QCOMPARE(m_viewer.shown, QList<QByteArray>{b});
+        action(ScanList::SelectAll)->trigger();
+        QCOMPARE(view->scanList()->tickedCount(), 2);
+        action(ScanList::RemoveRow)->trigger();
+        QCOMPARE(model->rowCount(), 1);
+
+        // Away from any row only the whole-list commands can be chosen.
+        menu.reset(list->createRowMenu(-1, nullptr));
+        QVERIFY(!action(ScanList::ShowInFileViewer)->isEnabled());
+        QVERIFY(!action(ScanList::RemoveRow)->isEnabled());
+        QVERIFY(action(ScanList::RemoveAll)->isEnabled());
+
+        // The remove button drawn in the row.
+        ScanListTableView* table = list->tableView();
+        const QRect cell = table->visualRect(model->index(0, ScanListModel::RemoveColumn));
+        QVERIFY(cell.isValid());
+        QTest::mouseClick(table->viewport(), Qt::LeftButton, {}, cell.center());
+        QCOMPARE(model->rowCount(), 0);
+        QVERIFY(!list->scanButton()->isEnabled());
+        QVERIFY(QSettings(m_store->fileName(), QSettings::IniFormat)
+                    .value(Settings::kSavedPaths)
+                    .toList()
+                    .isEmpty());
+    }
+
+    void excludedItemLeadsToPreferences()
+    {
+        m_settings->setExcludedFolders({QString::fromUtf8(p(QStringLiteral("ex")))});
+        auto view = makeView();
+        QSignalSpy preferences(view.get(), &ResultViewController::goToPreferencesRequested);
+        m_chooser->answers = {{makeDir(QStringLiteral("ex/inner"))}};
+        m_alerts.enqueueAnswer(1);
+        view->selectPathToScan();
+        QTRY_COMPARE(preferences.count(), 1);
+        QCOMPARE(m_alerts.alerts().first().buttons, (QStringList{"OK", ScanList::kGoToPreferences}));
+        QCOMPARE(view->scanList()->count(), 0);
+    }
+
+    void scanFindsDuplicates()
+    {
+        auto view = makeView();
+        const QByteArray same(2048, 'd');
+        makeFile(QStringLiteral("tree/one.bin"), same);
+        makeFile(QStringLiteral("tree/sub/two.bin"), same);
+        makeFile(QStringLiteral("tree/sub/deeper/three.bin"), same);
+        makeFile(QStringLiteral("tree/other.bin"), QByteArray(2048, 'o'));
+        makeFile(QStringLiteral("tree/big.bin"), QByteArray(3072, 'b'));
+        makeFile(QStringLiteral("tree/small.txt"), "below the minimum size");
+        view->scanList()->selectPathToScan({p(QStringLiteral("tree"))});
+        QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
+
+        QTest::mouseClick(view->scanListView()->scanButton(), Qt::LeftButton);
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
+        QCOMPARE(scanning.count(), 1);
+        QVERIFY(AppGlobals::canOpenPreferences);
+        ScanProgressView* progress = view->progressView();
+        QCOMPARE(progress->titleLabel()->text(), ScanProgressView::kScanningText);
+        QVERIFY(!progress->stopButton()->isHidden());
+        QVERIFY(progress->showResultsButton()->isHidden());
+
+        QTRY_COMPARE(progress->titleLabel()->text(), ScanProgressView::kCompletedText);
+        QCOMPARE(scanning.count(), 2);
+        QCOMPARE(scanning.at(1).at(0).toBool(), false);
+        QVERIFY(!AppGlobals::canOpenPreferences);
+        QCOMPARE(progress->scannedCountLabel()->text(), QStringLiteral("5"));
+        QCOMPARE(progress->dupCountLabel()->text(), QStringLiteral("2"));
+        QCOMPARE(progress->totalSizeLabel()->text(), QStringLiteral("Total File Size : 11.26 KB"));
+        QVERIFY(progress->reclaimableLabel()->text().contains(QStringLiteral("4.10")));
+        QVERIFY(progress->stopButton()->isHidden());
+        QVERIFY(progress->currentFileLabel()->isHidden());
+        QVERIFY(progress->showResultsButton()->isEnabled());
+        QTest::qWait(20);
+        QVERIFY(m_alerts.alerts().isEmpty());
+        saveScreen(view.get(), QStringLiteral("scan-finished"));
+
+        // The hand-off keeps only the group with copies.
+        QTest::mouseClick(progress->showResultsButton(), Qt::LeftButton);
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::Results);
+        GroupsTreeModel* groups = view->groupsView()->model();
+        QAbstractItemModelTester tester(groups, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QCOMPARE(groups->rowCount(), 1);
+        const QModelIndex group = groups->index(0, GroupsTreeModel::NameColumn);
+        QCOMPARE(groups->rowCount(group), 3);
+        QCOMPARE(groups->index(0, GroupsTreeModel::CountColumn).data().toString(),
+                 QStringLiteral("3 copies"));
+        QCOMPARE(groups->index(0, GroupsTreeModel::SizeColumn).data().toString(), QStringLiteral("2.05 KB"));
+        QStringList members;
+        for (int i = 0; i < 3; ++i)
+            members.append(groups->index(i, GroupsTreeModel::PathColumn, group).data().toString());
+        members.sort();
+        QCOMPARE(members, (QStringList{QString::fromUtf8(p(QStringLiteral("tree/one.bin"))),
+                                       QString::fromUtf8(p(QStringLiteral("tree/sub/deeper/three.bin"))),
+                                       QString::fromUtf8(p(QStringLiteral("tree/sub/two.bin")))}));
+        QCOMPARE(view->groupsView()->summaryLabel()->text(),
+                 QStringLiteral("1 group \u00b7 2 duplicates \u00b7 4.10 KB to reclaim"));
+        saveScreen(view.get(), QStringLiteral("scan-results-temporary"));
+
+        QTest::mouseClick(view->groupsView()->backButton(), Qt::LeftButton);
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+        QCOMPARE(groups->rowCount(), 0);
+    }
+
+    void endsWithoutDuplicates_data()
+    {
+        QTest::addColumn<bool>("twoFiles");
+        QTest::newRow("equal sizes, different contents") << true;
+        QTest::newRow("nothing at the minimum size") << false;
+    }
+    void endsWithoutDuplicates()
+    {
+        QFETCH(bool, twoFiles);
+        auto view = makeView();
+        makeFile(QStringLiteral("t/a.bin"), QByteArray(2048, 'a'));
+        if (twoFiles)
+            makeFile(QStringLiteral("t/b.bin"), QByteArray(2048, 'b'));
+        view->scanList()->selectPathToScan({p(QStringLiteral("t"))});
+        view->startScanning();
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
+        QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ResultViewController::kNoDuplicatesMessage});
+        QCOMPARE(m_alerts.alerts().first().informativeText, ResultViewController::kNoDuplicatesHint);
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+        QCOMPARE(view->scanList()->count(), 1);
+    }
+
+    void refusedWithOneItem()
+    {
+        auto view = makeView();
+        view->scanList()->selectPathToScan({makeFile(QStringLiteral("only.bin"), QByteArray(2048, 'x')),
+                                            makeFile(QStringLiteral("second.bin"), QByteArray(2048, 'x'))});
+        view->scanList()->selectDeselectPath(1);
+        QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
+        QTest::mouseClick(view->scanListView()->scanButton(), Qt::LeftButton);
+        QCOMPARE(messages(m_alerts.alerts()), QStringList{ScanEngine::kOnlyOneItemMessage});
+        QCOMPARE(m_alerts.alerts().first().informativeText, ScanEngine::kOnlyOneItemHint);
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+        QCOMPARE(scanning.count(), 0);
+
+        // Two ticked files are enough.
+        m_alerts.clear();
+        view->scanList()->selectDeselectPath(1);
+        view->startScanning();
+        QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
+        QTRY_COMPARE(view->progressView()->titleLabel()->text(), ScanProgressView::kCompletedText);
+        QCOMPARE(view->progressView()->dupCountLabel()->text(), QStringLiteral("1"));
+    }
+
+    void abortEndsInFinishedState()
+    {
+        auto view = makeView();
+        const QByteArray content(256 * 1024, 'z');
+        for (int i = 0; i < 200; ++i)
+            makeFile(QStringLiteral("many/%1.bin").arg(i), content);
+        view->scanList()->selectPathToScan({p(QStringLiteral("many"))});
+        view->startScanning();
+        ScanProgressView* progress = view->progressView();
+        QVERIFY(progress->stopButton()->isEnabled());
+        QTest::mouseClick(progress->stopButton(), Qt::LeftButton);
+        QVERIFY(!progress->stopButton()->isEnabled());
+        QTRY_COMPARE(progress->titleLabel()->text(), ScanProgressView::kCompletedText);
+        QVERIFY(!view->isScanning());
+        QVERIFY(progress->stopButton()->isHidden());
+        QVERIFY(!progress->backButton()->isHidden());
+        QVERIFY(!AppGlobals::canOpenPreferences);
+        // Whatever was formed before the stop can still be shown, or nothing was and the
+        // view has gone back to the list after saying so.
+        if (view->currentScreen() == ResultViewController::Screen::Progress &&
+            progress->showResultsButton()->isEnabled())
+            QVERIFY(view->engine()->result() != nullptr);
+        QTest::mouseClick(progress->backButton(), Qt::LeftButton);
+        QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+    }
+
+    void screens()
+    {
+        auto view = makeView();
+        saveScreen(view.get(), QStringLiteral("scan-list-empty"));
+        QVERIFY(view->scanListView()->tableView()->isVisible());
+
+        view->scanList()->selectPathToScan(
+            {makeDir(QStringLiteral("Pictures")), makeDir(QStringLiteral("Family.photoslibrary")),
+             makeDir(QStringLiteral("Projects/2024/clients/a rather long folder name that will not fit "
+                                    "in one line of the table without shortening/and deeper still")),
+             makeFile(QStringLiteral("notes.txt"), "x")});
+        view->scanList()->selectDeselectPath(3);
+        QTest::qWait(20);
+        saveScreen(view.get(), QStringLiteral("scan-list-filled"));
+
+        // The progress screen while a scan runs, with the counters of a large scan.
+        ScanProgressView progress;
+        progress.resize(kScreenSize);
+        progress.show();
+        progress.showScanning();
+        progress.setCounters(48213, 73'412'339'112ULL, 1207, 3'402'118'771ULL);
+        progress.setCurrentFile("/home/someone/Pictures/Holidays 2019/Scotland/Day 3 - Isle of Skye/"
+                                "DSC_20190814_153322_with_a_long_name.jpg");
+        QVERIFY(progress.busyBar()->maximum() == 0);
+        QCOMPARE(progress.totalSizeLabel()->text(), QStringLiteral("Total File Size : 73.41 GB"));
+        saveScreen(&progress, QStringLiteral("scan-progress"));
+        progress.showFinished(true);
+        QVERIFY(progress.busyBar()->maximum() > 0);
+        saveScreen(&progress, QStringLiteral("scan-progress-finished"));
+    }
+};
+
+QUILLON_GUI_TEST_MAIN(TestScanView)
+#include "tst_scanview.moc"
