@@ -37,8 +37,6 @@ struct Polygon : Shape
 {};
 struct Square : Polygon
 {};
-struct Circle : Shape
-{};
 
 // Every operation on an empty range of the given kind.
 template <class Range> void checkEmpty()
@@ -58,15 +56,11 @@ template <class Range> void checkEmpty()
     QVERIFY(LE::distinct(empty).empty());
     QVERIFY(LE::distinct(empty, self).empty());
     QVERIFY(!LE::aggregate(empty, [](const T&, const T& running) { return running; }).has_value());
-    QVERIFY(!LE::firstOrNil(empty).has_value());
-    QVERIFY(!LE::lastOrNil(empty).has_value());
-    QVERIFY(LE::skip(empty, 0).empty());
     QVERIFY(LE::skip(empty, 3).empty());
     QVERIFY(LE::take(empty, 3).empty());
     QVERIFY(!LE::any(empty, yes));
     QVERIFY(LE::all(empty, [](const T&) { return false; }));
     QVERIFY(LE::groupBy(empty, self).isEmpty());
-    QVERIFY((LE::groupBy<std::map>(empty, self).empty()));
     QVERIFY(LE::toDictionaryWithKeySelector(empty, self).isEmpty());
     QVERIFY(LE::toDictionaryWithKeySelector(empty, self, self).isEmpty());
     QCOMPARE(LE::count(empty, yes), std::size_t(0));
@@ -84,7 +78,6 @@ private Q_SLOTS:
     {
         checkEmpty<std::vector<int>>();
         checkEmpty<QList<QString>>();
-        checkEmpty<QList<double>>();
     }
 
     void skipTake_data()
@@ -107,9 +100,6 @@ private Q_SLOTS:
         const QList<int> list{10, 20, 30};
         QCOMPARE(LE::skip(list, std::size_t(n)), skipped);
         QCOMPARE(LE::take(list, std::size_t(n)), taken);
-        const std::vector<int> vec(list.begin(), list.end());
-        QCOMPARE(LE::skip(vec, std::size_t(n)), std::vector<int>(skipped.begin(), skipped.end()));
-        QCOMPARE(LE::take(vec, std::size_t(n)), std::vector<int>(taken.begin(), taken.end()));
     }
 
     void sortDescOnDatesNewestFirst()
@@ -129,51 +119,26 @@ private Q_SLOTS:
         for (const File& f : sorted)
             names << f.name;
         QCOMPARE(names, (QStringList{"newest", "middle", "older", "oldest"}));
-        // Ascending is the exact reverse here (no equal keys).
-        const auto ascending = LE::sort(files, [](const File& f) { return f.modified; });
-        QCOMPARE(ascending.first().name, QStringLiteral("oldest"));
-        QCOMPARE(ascending.last().name, QStringLiteral("newest"));
         // The receiver is unchanged.
         QCOMPARE(files.first().name, QStringLiteral("middle"));
     }
 
-    void sortStability_data()
+    void sortKeepsEqualKeysInOrder()
     {
-        QTest::addColumn<QList<int>>("keys");
-        QTest::addColumn<QList<int>>("ascendingIds");
-        QTest::addColumn<QList<int>>("descendingIds");
-        // ids are the positions in the receiver
-        QTest::newRow("all equal") << QList<int>{5, 5, 5, 5} << QList<int>{0, 1, 2, 3}
-                                   << QList<int>{0, 1, 2, 3};
-        QTest::newRow("two runs") << QList<int>{2, 1, 2, 1, 2} << QList<int>{1, 3, 0, 2, 4}
-                                  << QList<int>{0, 2, 4, 1, 3};
-        QTest::newRow("sorted already")
-            << QList<int>{1, 1, 2, 3, 3} << QList<int>{0, 1, 2, 3, 4} << QList<int>{3, 4, 2, 0, 1};
-    }
-    void sortStability()
-    {
-        QFETCH(QList<int>, keys);
-        QFETCH(QList<int>, ascendingIds);
-        QFETCH(QList<int>, descendingIds);
-        // Enough equal keys that an unstable sort would be likely to move them.
-        std::vector<Item> items;
-        for (int i = 0; i < keys.size(); ++i)
-            items.push_back({keys[i], i});
-        const auto key = [](const Item& it) { return it.key; };
-        QCOMPARE(ids(LE::sort(items, key)), ascendingIds);
-        QCOMPARE(ids(LE::sortDesc(items, key)), descendingIds);
-    }
-
-    void sortManyEqualKeysStaysStable()
-    {
+        // Enough elements with few keys that an unstable sort would move equal ones.
         std::vector<Item> items;
         for (int i = 0; i < 500; ++i)
             items.push_back({(i * 7) % 3, i});
-        const auto sorted = LE::sort(items, [](const Item& it) { return it.key; });
-        for (std::size_t i = 1; i < sorted.size(); ++i) {
-            QVERIFY(sorted[i - 1].key <= sorted[i].key);
-            if (sorted[i - 1].key == sorted[i].key)
-                QVERIFY2(sorted[i - 1].id < sorted[i].id, "equal keys changed order");
+        const auto key = [](const Item& it) { return it.key; };
+        for (bool descending : {false, true}) {
+            const auto sorted = descending ? LE::sortDesc(items, key) : LE::sort(items, key);
+            for (std::size_t i = 1; i < sorted.size(); ++i) {
+                const Item& a = sorted[i - 1];
+                const Item& b = sorted[i];
+                QVERIFY(descending ? a.key >= b.key : a.key <= b.key);
+                if (a.key == b.key)
+                    QVERIFY2(a.id < b.id, "equal keys changed order");
+            }
         }
     }
 
@@ -191,18 +156,6 @@ private Q_SLOTS:
             names << l.name;
         // 1.7 and 1.2 are both level 1 and keep their order; -0.5 and 0.4 are both level 0.
         QCOMPARE(names, (QStringList{"e", "f", "b", "d", "a", "c"}));
-        // Keys that are variants go through toInt().
-        const QList<QVariant> variants{QVariant(3), QVariant(QStringLiteral("1")), QVariant(2.0)};
-        QCOMPARE(LE::sortByLevels(variants, [](const QVariant& v) { return v; }),
-                 (QList<QVariant>{QVariant(QStringLiteral("1")), QVariant(2.0), QVariant(3)}));
-    }
-
-    void sortWithoutKey()
-    {
-        const QStringList words{"pear", "Apple", "apple", "fig"};
-        // Code-unit order: upper case before lower case.
-        QCOMPARE(LE::sort(words), (QStringList{"Apple", "apple", "fig", "pear"}));
-        QCOMPARE(LE::sort(std::vector<int>{3, -1, 2, -1}), (std::vector<int>{-1, -1, 2, 3}));
     }
 
     void distinctKeepsFirstOccurrence()
@@ -227,9 +180,6 @@ private Q_SLOTS:
         };
         QCOMPARE(ids(LE::distinct(items, [](const Item& it) { return Key{it.key % 2}; })),
                  (QList<int>{0, 1}));
-        // Case matters for QString keys.
-        QCOMPARE(LE::distinct(QStringList{"a", "A", "a"}, [](const QString& s) { return s; }),
-                 (QStringList{"a", "A"}));
     }
 
     void aggregateWithNilMidway_data()
@@ -265,24 +215,6 @@ private Q_SLOTS:
         const auto prepended = LE::aggregate(
             letters, [](const QString& element, const QString& running) { return element + running; });
         QCOMPARE(prepended.value(), QStringLiteral("dcba"));
-
-        // Pointer elements: a null result is nil and the next element takes over.
-        int a = 1, b = 2, c = 3, d = 4;
-        const std::vector<int*> ptrs{&a, &b, &c, &d};
-        const auto picked = LE::aggregate(ptrs, [&](int* element, int* running) -> int* {
-            return element == &c ? nullptr : (*element > *running ? element : running);
-        });
-        QVERIFY(picked.has_value());
-        QCOMPARE(*picked, &d);
-        const auto lastNil = LE::aggregate(ptrs, [](int*, int*) -> int* { return nullptr; });
-        QVERIFY(!lastNil.has_value());
-    }
-
-    void firstAndLastAreAlwaysNil()
-    {
-        const QStringList list{"x", "y"};
-        QVERIFY(!LE::firstOrNil(list).has_value());
-        QVERIFY(!LE::lastOrNil(list).has_value());
     }
 
     void whereSelectCount()
@@ -291,71 +223,43 @@ private Q_SLOTS:
         const auto positive = [](int v) { return v > 0; };
         QCOMPARE(LE::where(values, positive), (std::vector<int>{5, 8, 3}));
         QCOMPARE(LE::count(values, positive), std::size_t(3));
+        QCOMPARE(LE::sort(values), (std::vector<int>{-7, -2, 0, 3, 5, 8}));
         QVERIFY(LE::any(values, [](int v) { return v == 0; }));
         QVERIFY(!LE::all(values, positive));
-        QVERIFY(LE::all(values, [](int v) { return v > -10; }));
 
         // select may change the element type; the container kind stays.
         const std::vector<QString> texts = LE::select(values, [](int v) { return QString::number(v * 2); });
         QCOMPARE(texts, (std::vector<QString>{"10", "-4", "16", "0", "-14", "6"}));
-        const QList<qsizetype> lengths =
-            LE::select(QStringList{"ab", "", "cde"}, [](const QString& s) { return s.size(); });
-        QCOMPARE(lengths, (QList<qsizetype>{2, 0, 3}));
 
         // A nil result is refused.
         int x = 1;
         QVERIFY_THROWS_EXCEPTION(std::invalid_argument,
                                  LE::select(values, [&](int v) -> int* { return v == 0 ? nullptr : &x; }));
-    }
 
-    void anyAndAllStopEarly()
-    {
-        const QList<int> values{1, 2, 3, 4};
-        int calls = 0;
-        QVERIFY(LE::any(values, [&](int v) {
-            ++calls;
-            return v == 2;
-        }));
-        QCOMPARE(calls, 2);
-        calls = 0;
-        QVERIFY(!LE::all(values, [&](int v) {
-            ++calls;
-            return v < 3;
-        }));
-        QCOMPARE(calls, 3);
+        // Deliberately nil even for a non-empty range.
+        QVERIFY(!LE::firstOrNil(values).has_value());
+        QVERIFY(!LE::lastOrNil(values).has_value());
     }
 
     void selectManyFlattensAndSkipsNil()
     {
-        const QStringList lines{"a b", "", "c d e"};
-        const QStringList words =
-            LE::selectMany(lines, [](const QString& line) { return line.split(' ', Qt::SkipEmptyParts); });
-        QCOMPARE(words, (QStringList{"a", "b", "c", "d", "e"}));
-
         const std::vector<QList<int>> storage{{1, 2}, {3}};
         const std::vector<int> which{0, -1, 1, 0};
         const std::vector<int> flat = LE::selectMany(
             which, [&](int i) -> const QList<int>* { return i < 0 ? nullptr : &storage[std::size_t(i)]; });
         QCOMPARE(flat, (std::vector<int>{1, 2, 3, 1, 2}));
-        const std::vector<int> fromOptional = LE::selectMany(which, [&](int i) -> std::optional<QList<int>> {
-            if (i < 0)
-                return std::nullopt;
-            return storage[std::size_t(i)];
-        });
-        QCOMPARE(fromOptional, flat);
     }
 
     void ofTypeKeepsSubclasses()
     {
         auto polygon = std::make_unique<Polygon>();
         auto square = std::make_unique<Square>();
-        auto circle = std::make_unique<Circle>();
         auto plain = std::make_unique<Shape>();
-        const QList<Shape*> shapes{circle.get(), square.get(), plain.get(), polygon.get(), nullptr};
+        const QList<Shape*> shapes{square.get(), plain.get(), polygon.get(), nullptr};
         const QList<Polygon*> polygons = LE::ofType<Polygon>(shapes);
         QCOMPARE(polygons, (QList<Polygon*>{square.get(), polygon.get()}));
         QCOMPARE(LE::ofType<Square>(shapes).size(), 1);
-        QCOMPARE(LE::ofType<Shape>(shapes).size(), 4);
+        QCOMPARE(LE::ofType<Shape>(shapes).size(), 3);
     }
 
     void groupByKeepsReceiverOrder()
@@ -367,13 +271,6 @@ private Q_SLOTS:
         QCOMPARE(ids(hashed.value(1)), (QList<int>{0, 2, 4}));
         QCOMPARE(ids(hashed.value(2)), (QList<int>{1, 5}));
         QCOMPARE(ids(hashed.value(3)), (QList<int>{3}));
-
-        const auto ordered = LE::groupBy<std::map>(items, key);
-        QList<int> keys;
-        for (const auto& [k, group] : ordered)
-            keys << k;
-        QCOMPARE(keys, (QList<int>{1, 2, 3}));
-        QCOMPARE(ids(ordered.at(1)), (QList<int>{0, 2, 4}));
     }
 
     void toDictionaryLaterReplacesEarlier()
@@ -389,17 +286,6 @@ private Q_SLOTS:
             LE::toDictionaryWithKeySelector<std::map>(items, key, [](const Item& it) { return it.id; });
         QCOMPARE(idByKey.size(), std::size_t(2));
         QCOMPARE(idByKey.at(1), 2);
-    }
-
-    void concatAndReverse()
-    {
-        const QStringList a{"1", "2"};
-        const QStringList b{"3"};
-        QCOMPARE(LE::concat(a, b), (QStringList{"1", "2", "3"}));
-        QCOMPARE(LE::concat(b, a), (QStringList{"3", "1", "2"}));
-        QCOMPARE(LE::concat(a, QStringList{}), a);
-        QCOMPARE(LE::reverse(std::vector<int>{1, 2, 3}), (std::vector<int>{3, 2, 1}));
-        QCOMPARE(LE::reverse(QStringList{"only"}), QStringList{"only"});
     }
 };
 
