@@ -8,7 +8,7 @@
 #include <QVariantMap>
 #include <optional>
 
-// One photo of a Photos library, with the documented record keys as fields.
+// One photo of a Photos library; the fields carry the record keys the scan engine reads.
 struct PhotoRecord
 {
     QString modelId;          // "modelId"
