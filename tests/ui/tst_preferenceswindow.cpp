@@ -15,6 +15,8 @@
 #include <QCheckBox>
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFileDialog>
+#include <QPropertyAnimation>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
@@ -283,12 +285,12 @@ private Q_SLOTS:
         // The new view waits for the resize.
         QVERIFY(attachedViews(window).isEmpty());
 
-        settle();
-        QCOMPARE(attachedViews(window), (QList<QWidget*>{c->existingView()}));
+        // C's attach is due after B's, so once C is there B's has run.
+        QTRY_COMPARE(attachedViews(window), (QList<QWidget*>{c->existingView()}));
+        QTRY_COMPARE(window.contentView()->size(), QSize(440, 340));
         QCOMPARE(b->events, (QStringList{"willAppear", "willDisappear", "didDisappear"}));
         QCOMPARE(c->events, (QStringList{"willAppear", "didAppear"}));
         QVERIFY(!b->existingView()->parentWidget());
-        QCOMPARE(window.contentView()->size(), QSize(440, 340));
         QCOMPARE(c->existingView()->pos(), QPoint(0, 0));
         QCOMPARE(storedSelection(), QStringLiteral("C"));
         QVERIFY(window.toolbarItemWithItemIdentifier("C")->isChecked());
@@ -311,12 +313,11 @@ private Q_SLOTS:
         // 600 points taller: 0.3 s, so the view cannot be there yet.
         if (clock.elapsed() < 300)
             QVERIFY(!b->existingView()->parentWidget());
-        settle();
-        QCOMPARE(b->existingView()->parentWidget(), window.contentView());
+        QTRY_COMPARE(b->existingView()->parentWidget(), window.contentView());
+        QTRY_COMPARE(window.contentView()->size(), QSize(600, 800));
         const QRect after = window.geometry();
         QCOMPARE(after.top(), before.top());
         QVERIFY(qAbs((after.left() + after.right()) - (before.left() + before.right())) <= 1);
-        QCOMPARE(window.contentView()->size(), QSize(600, 800));
         QCOMPARE(window.size(), window.minimumSize()); // fixed to the pane
         QCOMPARE(window.size(), window.maximumSize());
     }
@@ -356,7 +357,7 @@ private Q_SLOTS:
         QCOMPARE(window.selectedViewController()->identifier(), expected);
         QCOMPARE(storedSelection(), expected);
         QCOMPARE(window.toolbar()->actions().size(), replacement.size());
-        QCOMPARE(attachedViews(window), (QList<QWidget*>{window.selectedViewController()->view()}));
+        QTRY_COMPARE(attachedViews(window), (QList<QWidget*>{window.selectedViewController()->view()}));
         QVERIFY(window.toolbarItemWithItemIdentifier(expected)->isChecked());
         if (replacement.contains("*C")) // the existing item is reused
             QCOMPARE(window.toolbarItemWithItemIdentifier("C"), itemOfC);
@@ -613,6 +614,31 @@ private Q_SLOTS:
         QCOMPARE(alerts->alerts().size(), 1);
     }
 
+    // The real dialog: folders only, several at once, the prompt on its accept button; a
+    // cancel answers an empty list.
+    void folderDialog()
+    {
+        QWidget parent;
+        parent.show();
+        DialogFolderChooser chooser;
+        std::optional<QStringList> answer;
+        chooser.chooseFolders(&parent, QStringLiteral("Add To Exclusions"),
+                              [&](const QStringList& chosen) { answer = chosen; });
+        auto* dialog = parent.findChild<QFileDialog*>();
+        QVERIFY(dialog);
+        QVERIFY(dialog->isVisible());
+        QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
+        QVERIFY(dialog->testOption(QFileDialog::ShowDirsOnly));
+        QCOMPARE(dialog->labelText(QFileDialog::Accept), QStringLiteral("Add To Exclusions"));
+        auto* list = dialog->findChild<QAbstractItemView*>(QStringLiteral("listView"));
+        QVERIFY(list);
+        QCOMPARE(list->selectionMode(), QAbstractItemView::ExtendedSelection);
+        QVERIFY(!answer);
+        dialog->reject();
+        QVERIFY(answer);
+        QVERIFY(answer->isEmpty());
+    }
+
     void screenshots()
     {
         m_settings->setExcludedFolders(Settings::getExcludedFolders() +
@@ -627,10 +653,11 @@ private Q_SLOTS:
         saveScreen(window.get(), QStringLiteral("preferences-general"));
 
         window->toolbarItemWithItemIdentifier("TamExcludeViewController")->trigger();
-        settle();
         QCOMPARE(window->windowTitle(), QStringLiteral("Exclusions"));
+        QTRY_VERIFY(window->findChild<QTableView*>("tvExcludeFolder"));
         auto* table = window->findChild<QTableView*>("tvExcludeFolder");
-        QVERIFY(table && table->isVisible());
+        QVERIFY(table->isVisible());
+        QTRY_VERIFY(window->findChild<QPropertyAnimation*>()->state() == QAbstractAnimation::Stopped);
         QCOMPARE(table->model()->rowCount(), int(Settings::getExcludedFolders().size()) + 1);
         table->selectRow(1);
         saveScreen(window.get(), QStringLiteral("preferences-exclusions"));

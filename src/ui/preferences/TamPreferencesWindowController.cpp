@@ -1,6 +1,7 @@
 #include "preferences/TamPreferencesWindowController.h"
 
 #include "app/Settings.h"
+#include "preferences/PreferencesToolbarItems.h"
 #include "preferences/PreferencesWindowGeometry.h"
 
 #include <QAction>
@@ -10,27 +11,7 @@
 #include <QScreen>
 #include <QTimer>
 #include <QToolBar>
-#include <QWidgetAction>
 #include <cmath>
-
-namespace {
-
-const char* const kItemIdentifierProperty = "tamItemIdentifier";
-
-QString standardItemLabel(const QString& identifier)
-{
-    if (identifier == TamToolbarItem::ShowColorsItemIdentifier)
-        return QObject::tr("Colors");
-    if (identifier == TamToolbarItem::ShowFontsItemIdentifier)
-        return QObject::tr("Fonts");
-    if (identifier == TamToolbarItem::CustomizeToolbarItemIdentifier)
-        return QObject::tr("Customize");
-    if (identifier == TamToolbarItem::PrintItemIdentifier)
-        return QObject::tr("Print");
-    return {};
-}
-
-} // namespace
 
 TamPreferencesWindowController::TamPreferencesWindowController(Settings& settings,
                                                                const PaneList& viewControllers,
@@ -274,46 +255,22 @@ QAction* TamPreferencesWindowController::toolbarItemWithItemIdentifier(const QSt
 
 QAction* TamPreferencesWindowController::newToolbarItemForViewController(const Pane& viewController)
 {
-    if (!viewController)
-        return makeToolbarAction(TamToolbarItem{});
-    if (const auto item = viewController->toolbarItem())
-        return makeToolbarAction(*item);
-    return makeToolbarAction(TamToolbarItem{viewController->identifier(), viewController->toolbarItemLabel(),
-                                            viewController->toolbarItemImage()});
-}
-
-QAction* TamPreferencesWindowController::makeToolbarAction(const TamToolbarItem& item)
-{
-    const QString& id = item.itemIdentifier;
-    QAction* action = nullptr;
-    if (id == TamToolbarItem::FlexibleSpaceItemIdentifier || id == TamToolbarItem::SpaceItemIdentifier) {
-        auto* spacerAction = new QWidgetAction(this);
-        auto* spacer = new QWidget;
-        if (id == TamToolbarItem::FlexibleSpaceItemIdentifier)
-            spacer->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Preferred);
-        else
-            spacer->setFixedWidth(16);
-        spacerAction->setDefaultWidget(spacer);
-        action = spacerAction;
-    } else {
-        action = new QAction(this);
-        if (id == TamToolbarItem::SeparatorItemIdentifier) {
-            action->setSeparator(true);
-        } else {
-            action->setCheckable(true);
-            action->setIcon(item.image);
-            action->setText(item.label.isEmpty() ? standardItemLabel(id) : item.label);
-            action->setToolTip(action->text());
-            connect(action, &QAction::triggered, this, [this, action] { selectToolbarItem(action); });
-        }
+    TamToolbarItem item;
+    if (viewController) {
+        const auto own = viewController->toolbarItem();
+        item = own ? *own
+                   : TamToolbarItem{viewController->identifier(), viewController->toolbarItemLabel(),
+                                    viewController->toolbarItemImage()};
     }
-    action->setProperty(kItemIdentifierProperty, id);
+    QAction* action = PreferencesToolbarItems::makeAction(item, this);
+    if (action->isCheckable())
+        connect(action, &QAction::triggered, this, [this, action] { selectToolbarItem(action); });
     return action;
 }
 
 QString TamPreferencesWindowController::itemIdentifier(const QAction* item)
 {
-    return item ? item->property(kItemIdentifierProperty).toString() : QString();
+    return PreferencesToolbarItems::itemIdentifier(item);
 }
 
 void TamPreferencesWindowController::reloadToolbarItems()

@@ -114,7 +114,6 @@ private:
     void applyTitleOfViewController(const Pane& viewController);
     void setToolbarSelectedItemIdentifier(const QString& identifier);
     void rebuildToolbar();
-    QAction* makeToolbarAction(const TamToolbarItem& item);
     QRect contentRect() const;
     QRect frameRectForContentRect(const QRect& content) const;
     int toolbarHeight() const;
