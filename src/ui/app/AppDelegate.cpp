@@ -158,9 +158,8 @@ void AppDelegate::openPrefernces()
             quillonLog(QStringLiteral("Preferences window could not be created"));
             return;
         }
+        // The factory gives the window its title ("Preferences") and panes.
         window->setWindowFlag(Qt::Window, true);
-        if (window->windowTitle().isEmpty())
-            window->setWindowTitle(tr("Preferences"));
         m_preferencesWindow = window;
     }
 
