@@ -368,8 +368,8 @@ private Q_SLOTS:
     void abortEndsInFinishedState()
     {
         auto view = makeView();
-        const QByteArray content(256 * 1024, 'z');
-        for (int i = 0; i < 200; ++i)
+        const QByteArray content(64 * 1024, 'z');
+        for (int i = 0; i < 120; ++i)
             makeFile(QStringLiteral("many/%1.bin").arg(i), content);
         view->scanList()->selectPathToScan({p(QStringLiteral("many"))});
         view->startScanning();

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QObject>
+#include <QString>
 
 // The process-wide carrier of dropped file names: a drop target emits fileDragDrop with the
 // dropped paths ("FileDragDropNotification" with its "paths"), and the scan view handles it.
@@ -10,6 +11,9 @@ class DragDropNotifier : public QObject
 {
     Q_OBJECT
 public:
+    static inline const QString kFileDragDropNotification = QStringLiteral("FileDragDropNotification");
+    static inline const QString kPathsKey = QStringLiteral("paths");
+
     static DragDropNotifier* instance();
 
     void postFileDragDrop(const QList<QByteArray>& paths) { Q_EMIT fileDragDrop(paths); }

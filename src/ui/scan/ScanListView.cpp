@@ -73,6 +73,10 @@ ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m
     connect(list, &ScanList::scanNowEnabledChanged, m_scanButton, &QPushButton::setEnabled);
     connect(m_removeDelegate, &RemoveButtonDelegate::removeClicked, list, &ScanList::deletePathFromTable);
     connect(m_table, &QWidget::customContextMenuRequested, this, &ScanListView::showRowMenu);
+    connect(m_table, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
+        if (index.column() == ScanListModel::PathColumn)
+            m_list->showFileInFinder(ScanList::ShowInFileViewer, index.row());
+    });
     connect(list, &ScanList::rowsReset, this, &ScanListView::updateCount);
     connect(list, &ScanList::statesChanged, this, &ScanListView::updateCount);
     auto* removeKey = new QShortcut(QKeySequence::Delete, m_table, nullptr, nullptr, Qt::WidgetShortcut);

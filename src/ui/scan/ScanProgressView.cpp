@@ -53,6 +53,8 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     m_currentFile->setForegroundRole(QPalette::PlaceholderText);
 
     m_stop = new QPushButton(tr("Stop"), this);
+    m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
+    m_stop->setToolTip(tr("Stop the scan (Esc)"));
     m_back = new QPushButton(tr("Back"), this);
     m_showResults = new QPushButton(tr("Show Results"), this);
     m_showResults->setDefault(true);
@@ -117,6 +119,7 @@ void ScanProgressView::showScanning()
 {
     m_title->setText(kScanningText);
     m_stop->setText(tr("Stop"));
+    m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
     m_stop->setEnabled(true);
     m_stop->show();
     m_back->hide();
@@ -130,6 +133,7 @@ void ScanProgressView::showStopping()
 {
     m_stop->setEnabled(false);
     m_stop->setText(tr("Stopping..."));
+    m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
 }
 
 void ScanProgressView::showFinished(bool hasGroups)
