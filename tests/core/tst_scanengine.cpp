@@ -507,6 +507,42 @@ private Q_SLOTS:
         QCOMPARE(duplicateGroups(*result), (Groups{{first.photo(0).imagePath, first.photo(1).imagePath}}));
     }
 
+    void photosLibraryOpenInItsApplication_data()
+    {
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<int>("scanned");
+        QTest::newRow("quit and retry") << 0 << 2;
+        QTest::newRow("skip the library") << 1 << 0;
+    }
+
+    void photosLibraryOpenInItsApplication()
+    {
+        QFETCH(int, answer);
+        QFETCH(int, scanned);
+        PhotosLibraryFixture library(p("d"), "Open");
+        library.addPhoto(photo("a.jpg"));
+        library.addPhoto(photo("b.jpg"));
+        QVERIFY(library.write());
+        QStringList asked;
+        ScanOptions options = noCache();
+        // Photos runs until it has been asked to quit once.
+        options.applicationRunning = [&](const QString& id) {
+            asked << id;
+            return asked.size() == 1;
+        };
+        m_alerts.enqueueAnswer(answer);
+        auto result = scan({p("d")}, options);
+        QVERIFY(result);
+        QCOMPARE(asked.first(), QStringLiteral("com.apple.Photos"));
+        QCOMPARE(m_alerts.alerts().size(), 1);
+        const Alert alert = m_alerts.alerts().first();
+        QCOMPARE(alert.messageText, QStringLiteral("Quit iPhoto/Photos Library and Continue"));
+        QCOMPARE(alert.informativeText, QStringLiteral("Quit iPhoto/Photos and click Retry"));
+        QCOMPARE(alert.buttons,
+                 (QStringList{QStringLiteral("Quit & Retry"), QStringLiteral("Skip iPhoto/Photos Library")}));
+        QCOMPARE(result->countScanned, quint32(scanned));
+    }
+
     void cacheReusedUntilModified()
     {
         const QByteArray a = file("d/a", QByteArray(10000, 'a'));

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <QString>
 #include <QStringList>
+#include <functional>
 #include <optional>
 
 // How one scan runs beyond the user's settings. The defaults give the application's scan;
@@ -14,4 +16,7 @@ struct ScanOptions
     // Skips the full digest of a file whose first and last blocks differ from those of every
     // other file of its size. Never changes a group of two or more, nor the counts.
     bool prefilter = true;
+    // Whether the application with a bundle identifier runs (the photo-library wait);
+    // unset: CommonFuncs::checkAppOpen.
+    std::function<bool(const QString&)> applicationRunning;
 };

@@ -205,7 +205,11 @@ void ScanWorker::addImagesForiPhotoPhotosLibrary(const QByteArray& path, bool is
     if (isiPhotoLibrary && !CommonFuncs::isPkgPhotoLib(path))
         return;
     const QString bundle = isiPhotoLibrary ? kiPhotoBundle : kPhotosBundle;
-    while (CommonFuncs::checkAppOpen(bundle)) {
+    const auto running = [this](const QString& id) {
+        return m_config.options.applicationRunning ? m_config.options.applicationRunning(id)
+                                                   : CommonFuncs::checkAppOpen(id);
+    };
+    while (running(bundle)) {
         if (m_state.aborted())
             return;
         openAlertiPhotoRunningOnMainThread();
