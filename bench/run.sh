@@ -86,8 +86,9 @@ run_profile() {
     local t_fdupes=$SECS m_fdupes=$PEAK_KB
     local fdupes_dups
     fdupes_dups=$(sed -n 's/^\([0-9]*\) duplicate files.*/\1/p' "$WORK/fdupes.out")
-    pushd "$WORK" >/dev/null # rmlint writes nothing else with -o, but stays out of the caller's folder
-    measure rmlint rmlint -T df -o fdupes:/dev/null "$tree"
+    # rmlint replaces its output file: give it a file of our own, never a device.
+    pushd "$WORK" >/dev/null
+    measure rmlint rmlint -T df -o fdupes:"$WORK/rmlint.fdupes" "$tree"
     popd >/dev/null
     local t_rmlint=$SECS m_rmlint=$PEAK_KB
 
