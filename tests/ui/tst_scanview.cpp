@@ -22,7 +22,9 @@
 
 #include <QAbstractItemModelTester>
 #include <QDragEnterEvent>
+#include <QFileDialog>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QProgressBar>
@@ -30,6 +32,7 @@
 #include <QSettings>
 #include <QSignalSpy>
 #include <QTemporaryDir>
+#include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
 #include <memory>
@@ -389,6 +392,58 @@ private Q_SLOTS:
             QVERIFY(view->engine()->result() != nullptr);
         QTest::mouseClick(progress->backButton(), Qt::LeftButton);
         QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+    }
+
+    void fileDialogChooser_data()
+    {
+        QTest::addColumn<bool>("folders");
+        QTest::newRow("folders") << true;
+        QTest::newRow("files") << false;
+    }
+    void fileDialogChooser()
+    {
+        QFETCH(bool, folders);
+        const QByteArray picked = folders ? makeDir(QStringLiteral("Photos 2024"))
+                                          : makeFile(QStringLiteral("notes.txt"), "some text");
+        // Looked at while the dialog runs, checked once it has closed.
+        QString acceptLabel;
+        QFileDialog::FileMode mode = QFileDialog::AnyFile;
+        bool severalAtOnce = false;
+        QTimer::singleShot(50, this, [&] {
+            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            if (!dialog)
+                return;
+            acceptLabel = dialog->labelText(QFileDialog::Accept);
+            mode = dialog->fileMode();
+            const auto lists = dialog->findChildren<QAbstractItemView*>(QStringLiteral("listView"));
+            severalAtOnce =
+                !lists.isEmpty() && lists.first()->selectionMode() == QAbstractItemView::ExtendedSelection;
+            dialog->setDirectory(m_dir->path());
+            // Once the folder has been listed, type the item's name and press Add.
+            QTimer::singleShot(400, dialog, [dialog, picked] {
+                if (auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
+                    name->setText(QFileInfo(QFile::decodeName(picked)).fileName());
+                QMetaObject::invokeMethod(dialog, "accept");
+            });
+        });
+        // Never leave a dialog open, whatever happened above.
+        QTimer::singleShot(5000, this, [] {
+            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
+                dialog->reject();
+        });
+        FileDialogPathChooser chooser;
+        const QList<QByteArray> chosen =
+            chooser.choosePaths(nullptr, folders ? PathChooser::Kind::Folders : PathChooser::Kind::Files);
+        QCOMPARE(acceptLabel, QStringLiteral("Add"));
+        QCOMPARE(mode, folders ? QFileDialog::Directory : QFileDialog::ExistingFiles);
+        QVERIFY(severalAtOnce);
+        QCOMPARE(chosen, QList<QByteArray>{picked});
+
+        QTimer::singleShot(50, this, [] {
+            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
+                dialog->reject();
+        });
+        QVERIFY(chooser.choosePaths(nullptr, PathChooser::Kind::Files).isEmpty());
     }
 
     void screens()
