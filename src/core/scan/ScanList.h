@@ -54,6 +54,8 @@ public:
     const std::vector<FilePathNode>& arrPathNodes() const { return m_arrPathNodes; }
     int count() const { return int(m_arrPathNodes.size()); }
     bool isPhotosLibraryPathAdded() const { return m_isPhotosLibraryPathAdded; }
+    // Comparable path of every row -> "1": what "already present" is decided by.
+    const QHash<QByteArray, QString>& dictPathFiller() const { return m_dictPathFiller; }
     // Whether a row holds the path (compared as the platform compares paths).
     bool containsPath(const QByteArray& path) const;
     int tickedCount() const;
