@@ -273,7 +273,8 @@ private Q_SLOTS:
         view->scanList()->selectPathToScan({p(QStringLiteral("tree"))});
         QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
 
-        QTest::mouseClick(view->scanListView()->scanButton(), Qt::LeftButton);
+        // click() runs no event loop, so the scan cannot end before the checks below.
+        view->scanListView()->scanButton()->click();
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
         QCOMPARE(scanning.count(), 1);
         QVERIFY(AppGlobals::canOpenPreferences);
@@ -378,7 +379,7 @@ private Q_SLOTS:
         view->startScanning();
         ScanProgressView* progress = view->progressView();
         QVERIFY(progress->stopButton()->isEnabled());
-        QTest::mouseClick(progress->stopButton(), Qt::LeftButton);
+        progress->stopButton()->click();
         QVERIFY(!progress->stopButton()->isEnabled());
         QTRY_COMPARE(progress->titleLabel()->text(), ScanProgressView::kCompletedText);
         QVERIFY(!view->isScanning());
