@@ -157,8 +157,6 @@ struct DigestGrouper::Work
 {
     std::vector<FileInfoNode*> cand;                  // candidates in grouping order
     std::vector<std::pair<quint32, quint32>> buckets; // [begin, end) in cand
-    std::vector<const CachedDigest*> cached;          // the cache's row, if any
-    std::vector<QByteArray> digest;                   // digest computed here
     std::vector<quint64> edgeKey;                     // hash of the first and last blocks
     std::unique_ptr<std::atomic<quint8>[]> status;
     std::vector<quint32> jobs; // indexes to read (edges first, then full digests)
@@ -195,7 +193,7 @@ void DigestGrouper::readEdges(Work& work, size_t index) const
             // The whole file fits in the first block: its digest is complete.
             char probe;
             if (preadFully(fd, buffer, size, 0) && ::pread(fd, &probe, 1, size) == 0) {
-                work.digest[index] =
+                node.md5 =
                     QCryptographicHash::hash(QByteArrayView(buffer, size), QCryptographicHash::Md5).toHex();
                 outcome = Digested;
             }
@@ -211,7 +209,7 @@ void DigestGrouper::readEdges(Work& work, size_t index) const
         struct stat after;
         if (outcome != Unreadable && (::fstat(fd, &after) != 0 || !sameState(before, after))) {
             outcome = Unreadable; // written to while it was read
-            work.digest[index].clear();
+            node.md5.clear();
         }
     }
     if (fd >= 0)
@@ -238,7 +236,7 @@ void DigestGrouper::digestFully(Work& work, size_t index) const
         digest.clear(); // the item being read when the scan was stopped gets no digest
     {
         std::lock_guard lock(work.mutex);
-        work.digest[index] = digest;
+        node.md5 = digest;
         work.status[index].store(digest.isEmpty() ? Unreadable : Digested);
     }
     work.done.notify_all();
@@ -313,8 +311,6 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     counts = {};
 
     const size_t m = work.cand.size();
-    work.cached.assign(m, nullptr);
-    work.digest.resize(m);
     work.edgeKey.assign(m, 0);
     work.status = std::make_unique<std::atomic<quint8>[]>(m);
     bool anyPackage = false;
@@ -323,7 +319,6 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         anyPackage = anyPackage || node->isDirectory;
         auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
         if (!node->isMd5Calucaluted && it != AppGlobals::dictDataBaseFilesMd5.constEnd()) {
-            work.cached[i] = &it.value();
             work.status[i].store(Cached);
         } else if (node->isMd5Calucaluted) {
             work.status[i].store(node->md5.isEmpty() ? Unreadable : Cached);
@@ -415,11 +410,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             node->parent = group;
             batch.push_back(node);
         } else {
-            if (status == Cached && work.cached[i]) {
-                node->md5 = work.cached[i]->fileMd5;
-            } else if (status == Digested) {
-                node->md5 = work.digest[i];
-            }
+            if (status == Cached && !node->isMd5Calucaluted)
+                node->md5 = AppGlobals::dictDataBaseFilesMd5.value(node->filePath).fileMd5;
             node->isMd5Calucaluted = true;
             if (!node->md5.isEmpty()) {
                 auto it = dictMapMD5ToGroup.constFind(node->md5);
@@ -453,9 +445,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     // After a stop, digests already computed for records not yet grouped still go to the
     // cache; the records stay out of the groups.
     for (size_t i = 0; i < m; ++i) {
-        if (grouped[i] || work.status[i].load() != Digested || work.digest[i].isEmpty())
+        if (grouped[i] || work.status[i].load() != Digested || work.cand[i]->md5.isEmpty())
             continue;
-        work.cand[i]->md5 = work.digest[i];
         work.cand[i]->isMd5Calucaluted = true;
         batch.push_back(work.cand[i]);
     }
