@@ -15,10 +15,12 @@
 
 #include <algorithm>
 #include <condition_variable>
+#include <deque>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string_view>
 #include <sys/stat.h>
 #include <thread>
@@ -36,6 +38,11 @@ enum Status : quint8 {
     Unique,     // edges differ from every other file of its size: no full digest needed
     NeedFull,   // full digest to compute
 };
+
+bool isFinal(quint8 status)
+{
+    return status == Cached || status == Unreadable || status == Digested || status == Unique;
+}
 
 // Whether the file still is the regular file the walk recorded.
 bool stillSameFile(const FileInfoNode& node, FileAttributes& now)
@@ -159,10 +166,23 @@ struct DigestGrouper::Work
     std::vector<std::pair<quint32, quint32>> buckets; // [begin, end) in cand
     std::vector<quint64> edgeKey;                     // hash of the first and last blocks
     std::unique_ptr<std::atomic<quint8>[]> status;
-    std::vector<quint32> jobs; // indexes to read (edges first, then full digests)
-    std::atomic<size_t> next{0};
-    std::mutex mutex;
-    std::condition_variable done;
+    bool prefilter = true;
+
+    std::vector<quint32> firstBlocks; // candidates whose first and last blocks are read
+    std::atomic<size_t> nextFirstBlock{0};
+    std::unique_ptr<std::atomic<quint32>[]> remaining; // per bucket: first blocks still to read
+
+    std::mutex mutex;              // guards the two below
+    std::deque<quint32> fullQueue; // candidates to digest fully, in the order they were decided
+    size_t bucketsUndecided = 0;
+    std::condition_variable done; // a record became final, or work was queued
+
+    size_t bucketOf(quint32 index) const
+    {
+        const auto it = std::upper_bound(buckets.begin(), buckets.end(), index,
+                                         [](quint32 i, const auto& range) { return i < range.first; });
+        return size_t(it - buckets.begin()) - 1;
+    }
 };
 
 DigestGrouper::DigestGrouper(ScanResult& result, ScanState& state, const ScanOptions& options,
@@ -242,15 +262,73 @@ void DigestGrouper::digestFully(Work& work, size_t index) const
     work.done.notify_all();
 }
 
-void DigestGrouper::runOnThreads(const std::function<void()>& job) const
+void DigestGrouper::decideBucket(Work& work, size_t bucket) const
 {
-    const int count = std::clamp(m_options.hashThreads, 1, 16);
-    std::vector<std::thread> threads;
-    for (int i = 1; i < count; ++i)
-        threads.emplace_back(job);
-    job();
-    for (std::thread& t : threads)
-        t.join();
+    const auto [begin, end] = work.buckets[bucket];
+    bool anyCached = false;
+    for (quint32 i = begin; i < end; ++i)
+        anyCached = anyCached || work.status[i].load() == Cached;
+    // Another file of the size whose edges are unknown (cached) could share the digest.
+    std::unordered_map<quint64, quint32> keyCount;
+    if (!anyCached)
+        for (quint32 i = begin; i < end; ++i)
+            if (work.status[i].load() == EdgesRead)
+                ++keyCount[work.edgeKey[i]];
+    std::vector<quint32> full;
+    for (quint32 i = begin; i < end; ++i) {
+        if (work.status[i].load() != EdgesRead)
+            continue;
+        if (!anyCached && keyCount[work.edgeKey[i]] == 1) {
+            work.status[i].store(Unique);
+        } else {
+            work.status[i].store(NeedFull);
+            full.push_back(i);
+        }
+    }
+    {
+        std::lock_guard lock(work.mutex);
+        work.fullQueue.insert(work.fullQueue.end(), full.begin(), full.end());
+        --work.bucketsUndecided;
+    }
+    work.done.notify_all();
+}
+
+void DigestGrouper::hashWorker(Work& work) const
+{
+    for (;;) {
+        if (m_state.aborted())
+            break;
+        std::optional<quint32> full;
+        {
+            std::lock_guard lock(work.mutex);
+            if (!work.fullQueue.empty()) {
+                full = work.fullQueue.front();
+                work.fullQueue.pop_front();
+            }
+        }
+        if (full) {
+            digestFully(work, *full);
+            continue;
+        }
+        const size_t k = work.nextFirstBlock.fetch_add(1);
+        if (k < work.firstBlocks.size()) {
+            const quint32 index = work.firstBlocks[k];
+            m_state.setCurrentFile(work.cand[index]->filePath);
+            readEdges(work, index);
+            if (isFinal(work.status[index].load()))
+                work.done.notify_all();
+            const size_t bucket = work.bucketOf(index);
+            if (work.remaining[bucket].fetch_sub(1) == 1)
+                decideBucket(work, bucket);
+            continue;
+        }
+        // No first blocks left: wait for full digests that other threads' decisions queue.
+        std::unique_lock lock(work.mutex);
+        if (work.fullQueue.empty() && work.bucketsUndecided == 0)
+            break;
+        work.done.wait_for(lock, std::chrono::milliseconds(50));
+    }
+    work.done.notify_all();
 }
 
 void DigestGrouper::filterNodesWithSizeAndMd5()
@@ -327,61 +405,34 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
 
     // A one-file package's digest is its file's digest, and groups are keyed by digest
     // alone, so with packages about every file needs its full digest.
-    const bool prefilter = m_options.prefilter && !anyPackage;
-    if (prefilter) {
-        for (size_t i = 0; i < m; ++i)
-            if (work.status[i].load() == Pending)
-                work.jobs.push_back(quint32(i));
-        runOnThreads([&] {
-            for (;;) {
-                const size_t k = work.next.fetch_add(1);
-                if (k >= work.jobs.size() || m_state.aborted())
-                    return;
-                m_state.setCurrentFile(work.cand[work.jobs[k]]->filePath);
-                readEdges(work, work.jobs[k]);
-            }
-        });
-        for (const auto& [begin, end] : work.buckets) {
-            bool anyCached = false;
-            for (quint32 i = begin; i < end; ++i)
-                anyCached = anyCached || work.status[i].load() == Cached;
-            std::unordered_map<quint64, quint32> keyCount;
-            if (!anyCached)
-                for (quint32 i = begin; i < end; ++i)
-                    if (work.status[i].load() == EdgesRead)
-                        ++keyCount[work.edgeKey[i]];
-            for (quint32 i = begin; i < end; ++i) {
-                if (work.status[i].load() != EdgesRead)
-                    continue;
-                work.status[i].store(!anyCached && keyCount[work.edgeKey[i]] == 1 ? Unique : NeedFull);
-            }
-        }
-    } else {
-        for (size_t i = 0; i < m; ++i)
-            if (work.status[i].load() == Pending)
+    work.prefilter = m_options.prefilter && !anyPackage;
+    work.remaining = std::make_unique<std::atomic<quint32>[]>(work.buckets.size());
+    for (size_t b = 0; b < work.buckets.size(); ++b) {
+        quint32 pending = 0;
+        for (quint32 i = work.buckets[b].first; i < work.buckets[b].second; ++i) {
+            if (work.status[i].load() != Pending)
+                continue;
+            if (work.prefilter) {
+                work.firstBlocks.push_back(i);
+                ++pending;
+            } else {
                 work.status[i].store(NeedFull);
-    }
-    work.edgeKey = {};
-
-    // Full digests on the hashing threads, taken in grouping order; the groups are formed
-    // here, in that order, as the digests arrive.
-    work.jobs.clear();
-    for (size_t i = 0; i < m; ++i)
-        if (work.status[i].load() == NeedFull)
-            work.jobs.push_back(quint32(i));
-    work.next = 0;
-    const auto hashJob = [&] {
-        for (;;) {
-            const size_t k = work.next.fetch_add(1);
-            if (k >= work.jobs.size() || m_state.aborted())
-                return;
-            digestFully(work, work.jobs[k]);
+                work.fullQueue.push_back(i);
+            }
         }
-    };
+        work.remaining[b].store(pending);
+        if (pending > 0)
+            ++work.bucketsUndecided;
+    }
+
+    // The hashing threads read first blocks in grouping order, decide each size bucket as
+    // soon as its last first block is in, and take the full digests that this asks for
+    // before further first blocks. The groups are formed here, in grouping order, as the
+    // records become final; the cache batches are written meanwhile.
     std::vector<std::thread> hashers;
-    if (!work.jobs.empty() && !m_state.aborted())
+    if (m > 0 && !m_state.aborted())
         for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t)
-            hashers.emplace_back(hashJob);
+            hashers.emplace_back([this, &work] { hashWorker(work); });
 
     QHash<QByteArray, DuplicateGroup*> dictMapMD5ToGroup;
     std::vector<FileInfoNode*> batch;
@@ -393,11 +444,11 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         FileInfoNode* node = work.cand[i];
         m_state.setCurrentFile(node->filePath);
         quint8 status = work.status[i].load();
-        if (status == NeedFull) {
+        if (!isFinal(status)) {
             std::unique_lock lock(work.mutex);
-            while ((status = work.status[i].load()) == NeedFull && !m_state.aborted())
+            while (!isFinal(status = work.status[i].load()) && !m_state.aborted())
                 work.done.wait_for(lock, std::chrono::milliseconds(50));
-            if (status == NeedFull)
+            if (!isFinal(status))
                 break; // stopped before its digest came
         }
         grouped[i] = true;

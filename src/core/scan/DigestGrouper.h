@@ -43,7 +43,8 @@ private:
     struct Work;
     void readEdges(Work& work, size_t index) const;
     void digestFully(Work& work, size_t index) const;
-    void runOnThreads(const std::function<void()>& job) const;
+    void decideBucket(Work& work, size_t bucket) const;
+    void hashWorker(Work& work) const;
 
     ScanResult& m_result;
     ScanState& m_state;
