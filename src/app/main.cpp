@@ -1,5 +1,5 @@
-#include "app/AppDelegate.h"
-#include "app/MainWindow.h"
+#include "app/DesktopApplication.h"
+#include "app/Settings.h"
 
 #include <QApplication>
 
@@ -11,9 +11,7 @@ int main(int argc, char* argv[])
     QGuiApplication::setApplicationDisplayName(QStringLiteral("Quillon"));
     QCoreApplication::setApplicationVersion(QStringLiteral("0.1.0"));
 
-    AppDelegate::initialize();
-    AppDelegate delegate;
-    delegate.awakeFromNib();
-    delegate.mainWindow()->show();
+    DesktopApplication quillon(Settings::standard());
+    quillon.show();
     return app.exec();
 }

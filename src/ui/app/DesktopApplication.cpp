@@ -1,0 +1,69 @@
+#include "app/DesktopApplication.h"
+
+#include "app/AppDelegate.h"
+#include "app/MainWindow.h"
+#include "preferences/PreferencesWindowFactory.h"
+#include "preferences/TamPreferencesWindowController.h"
+#include "scan/ResultViewController.h"
+#include "scan/ScanList.h"
+#include "util/WidgetAlertPresenter.h"
+
+DesktopApplication::DesktopApplication(Settings& settings, std::shared_ptr<AlertPresenter> alerts,
+                                       QObject* parent)
+    : QObject(parent), m_settings(settings), m_delegate(std::make_unique<AppDelegate>())
+{
+    AppDelegate::initialize();
+    m_delegate->awakeFromNib();
+    // An injected presenter answers every alert, the preferences window's too; otherwise each
+    // window shows its own message boxes.
+    const std::shared_ptr<AlertPresenter> prefsAlerts = alerts;
+    m_alerts = alerts ? std::move(alerts) : std::make_shared<WidgetAlertPresenter>(m_delegate->mainWindow());
+
+    m_resultView = new ResultViewController(m_settings, m_alerts.get());
+    m_delegate->setContentView(m_resultView);
+    m_delegate->addResultViewControllerOnWindow();
+
+    connect(m_resultView, &ResultViewController::scanningChanged, m_delegate.get(),
+            &AppDelegate::updateMenuState);
+    // The header says where the user is: choosing, scanning, done, or looking at groups.
+    connect(m_resultView, &ResultViewController::scanningChanged, this, [this](bool) { updateStatusText(); });
+    connect(m_resultView, &ResultViewController::screenChanged, this, [this](auto) { updateStatusText(); });
+    connect(m_resultView, &ResultViewController::goToPreferencesRequested, m_delegate.get(),
+            &AppDelegate::openPrefernces);
+
+    // The exclusions pane refuses folders that would cover an entry of the scan list, so it
+    // asks the list as it stands when the user adds a folder.
+    ResultViewController* view = m_resultView;
+    m_delegate->setPreferencesWindowFactory([this, view, prefsAlerts]() -> QWidget* {
+        auto scanListPaths = [view]() {
+            QList<QByteArray> paths;
+            for (const FilePathNode& node : view->scanList()->arrPathNodes())
+                paths.append(node.filePath);
+            return paths;
+        };
+        return createPreferencesWindow(m_settings, scanListPaths, prefsAlerts);
+    });
+}
+
+DesktopApplication::~DesktopApplication() = default;
+
+void DesktopApplication::updateStatusText()
+{
+    switch (m_resultView->currentScreen()) {
+    case ResultViewController::Screen::ScanList:
+        m_delegate->setStatusText(QStringLiteral("Select folder to scan"));
+        break;
+    case ResultViewController::Screen::Progress:
+        m_delegate->setStatusText(m_resultView->isScanning() ? QStringLiteral("Scanning")
+                                                             : QStringLiteral("Scan Completed"));
+        break;
+    case ResultViewController::Screen::Results:
+        m_delegate->setStatusText(QStringLiteral("Duplicate groups"));
+        break;
+    }
+}
+
+void DesktopApplication::show()
+{
+    m_delegate->mainWindow()->show();
+}
