@@ -5,46 +5,29 @@
 #include "util/PathUtils.h"
 
 #include <QElapsedTimer>
+#include <QScopeGuard>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-bool writeBytes(const QByteArray& path, const QByteArray& data)
+// Sets (or, for a null value, unsets) an environment variable until the guard goes.
+auto overrideEnv(const char* name, const QByteArray& value)
 {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        return false;
-    const bool ok = ::write(fd, data.constData(), size_t(data.size())) == data.size();
-    return ::close(fd) == 0 && ok;
+    const bool had = qEnvironmentVariableIsSet(name);
+    const QByteArray old = qgetenv(name);
+    value.isNull() ? qunsetenv(name) : qputenv(name, value);
+    return qScopeGuard([=] { had ? qputenv(name, old) : qunsetenv(name); });
 }
 
-// Sets an environment variable for one scope and puts the old value back.
-class EnvOverride
+bool makeItem(const QByteArray& path, const QString& kind)
 {
-public:
-    EnvOverride(const char* name, const QByteArray& value)
-        : m_name(name), m_had(qEnvironmentVariableIsSet(name)), m_old(qgetenv(name))
-    {
-        if (value.isNull())
-            qunsetenv(name);
-        else
-            qputenv(name, value);
-    }
-    ~EnvOverride()
-    {
-        if (m_had)
-            qputenv(m_name, m_old);
-        else
-            qunsetenv(m_name);
-    }
-
-private:
-    const char* m_name;
-    bool m_had;
-    QByteArray m_old;
-};
+    if (kind == "dir")
+        return ::mkdir(path.constData(), 0755) == 0 || errno == EEXIST;
+    const int fd = kind == "file" ? ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644) : -1;
+    return kind != "file" || (fd >= 0 && ::write(fd, "hello world", 11) == 11 && ::close(fd) == 0);
+}
 
 } // namespace
 
@@ -52,11 +35,16 @@ class TestPlatform : public QObject
 {
     Q_OBJECT
 
-    QByteArray m_home;
-    QByteArray m_work;
-    int m_packageRow = 0;
+    QByteArray m_home, m_work;
+    int m_row = 0;
 
-    QByteArray work(const QByteArray& name) const { return PathUtils::join(m_work, name); }
+    QByteArray expand(const QByteArray& p) const { return p.startsWith('~') ? m_home + p.mid(1) : p; }
+    // A fresh folder per data row, so names that differ only in case never meet.
+    QByteArray rowFolder()
+    {
+        const QByteArray path = m_work + "/row-" + QByteArray::number(++m_row);
+        return makeItem(path, "dir") ? path : QByteArray();
+    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -64,98 +52,73 @@ private Q_SLOTS:
         m_home = TestSupport::testHome();
         QCOMPARE(Platform::homePath(), m_home);
         m_work = m_home + "/platform";
-        QVERIFY(::mkdir(m_work.constData(), 0755) == 0 || errno == EEXIST);
+        QVERIFY(makeItem(m_work, "dir"));
     }
 
     void homeFromEnvironment_data()
     {
         QTest::addColumn<QByteArray>("home");
-        QTest::addColumn<bool>("fromAccount");
-        QTest::newRow("not utf-8") << QByteArray("/srv/h\xe9me") << false;
-        QTest::newRow("trailing slash") << QByteArray("/srv/home/") << false;
-        QTest::newRow("unset") << QByteArray() << true;
-        QTest::newRow("relative") << QByteArray("somewhere") << true;
+        QTest::addColumn<QByteArray>("expected"); // empty: the account's home, never $HOME
+        QTest::newRow("not utf-8") << QByteArray("/srv/h\xe9me") << QByteArray("/srv/h\xe9me");
+        QTest::newRow("trailing slash") << QByteArray("/srv/home/") << QByteArray("/srv/home");
+        QTest::newRow("unset") << QByteArray() << QByteArray();
+        QTest::newRow("relative") << QByteArray("somewhere") << QByteArray();
     }
     void homeFromEnvironment()
     {
         QFETCH(QByteArray, home);
-        QFETCH(bool, fromAccount);
-        EnvOverride env("HOME", home);
+        QFETCH(QByteArray, expected);
+        const auto restore = overrideEnv("HOME", home);
         const QByteArray result = Platform::homePath();
-        if (fromAccount) {
-            QVERIFY(result.startsWith('/'));
-            QVERIFY(result != home);
-        } else {
-            QCOMPARE(result, home.endsWith('/') ? home.chopped(1) : home);
-        }
+        if (!expected.isEmpty())
+            QCOMPARE(result, expected);
+        else
+            QVERIFY(result.startsWith('/') && result != home);
     }
 
     void folders_data()
     {
-        QTest::addColumn<QByteArray>("cacheHome");
-        QTest::addColumn<QByteArray>("dataHome");
-        QTest::addColumn<QByteArray>("caches");    // relative to home when it starts with "~"
-        QTest::addColumn<QByteArray>("homeTrash"); // likewise
-        QTest::newRow("set") << QByteArray("/xdg/cache") << QByteArray("/xdg/data")
-                             << QByteArray("/xdg/cache") << QByteArray("/xdg/data/Trash");
-        QTest::newRow("unset") << QByteArray() << QByteArray() << QByteArray("~/.cache")
-                               << QByteArray("~/.local/share/Trash");
-        QTest::newRow("empty") << QByteArray("") << QByteArray("") << QByteArray("~/.cache")
-                               << QByteArray("~/.local/share/Trash");
+        QTest::addColumn<QByteArray>("xdgHome"); // for both XDG_CACHE_HOME and XDG_DATA_HOME
+        QTest::addColumn<bool>("honoured");
+        QTest::newRow("set") << QByteArray("/xdg") << true;
+        QTest::newRow("unset") << QByteArray() << false;
+        QTest::newRow("empty") << QByteArray("") << false;
         // Relative values are invalid by the base-directory rules and are ignored.
-        QTest::newRow("relative") << QByteArray("rel/cache") << QByteArray("rel/data")
-                                  << QByteArray("~/.cache") << QByteArray("~/.local/share/Trash");
+        QTest::newRow("relative") << QByteArray("rel") << false;
     }
     void folders()
     {
-        QFETCH(QByteArray, cacheHome);
-        QFETCH(QByteArray, dataHome);
-        QFETCH(QByteArray, caches);
-        QFETCH(QByteArray, homeTrash);
-        const auto expand = [this](QByteArray p) { return p.startsWith('~') ? m_home + p.mid(1) : p; };
-        EnvOverride cache("XDG_CACHE_HOME", cacheHome);
-        EnvOverride data("XDG_DATA_HOME", dataHome);
-        QCOMPARE(Platform::cachesFolder(), expand(caches));
-        QCOMPARE(Platform::userTrashFolders(), (QList<QByteArray>{expand(homeTrash), m_home + "/.Trash"}));
+        QFETCH(QByteArray, xdgHome);
+        QFETCH(bool, honoured);
+        const auto cache = overrideEnv("XDG_CACHE_HOME", xdgHome);
+        const auto data = overrideEnv("XDG_DATA_HOME", xdgHome);
+        const QByteArray homeTrash = honoured ? xdgHome + "/Trash" : m_home + "/.local/share/Trash";
+        QCOMPARE(Platform::cachesFolder(), honoured ? xdgHome : m_home + "/.cache");
+        QCOMPARE(Platform::userTrashFolders(), (QList<QByteArray>{homeTrash, m_home + "/.Trash"}));
+        QVERIFY(Platform::isInUserTrash(homeTrash + "/files/x"));
+        QCOMPARE(Platform::isInUserTrash(m_home + "/.local/share/Trash/files/x"), !honoured);
     }
 
     void isInUserTrash_data()
     {
-        QTest::addColumn<QByteArray>("path"); // relative to home when it starts with "~"
+        QTest::addColumn<QByteArray>("path");
         QTest::addColumn<bool>("inTrash");
-        QTest::newRow("trash itself") << QByteArray("~/.local/share/Trash") << true;
-        QTest::newRow("trash with slash") << QByteArray("~/.local/share/Trash/") << true;
-        QTest::newRow("trashed file") << QByteArray("~/.local/share/Trash/files/a.jpg") << true;
+        QTest::newRow("trash itself") << QByteArray("~/.local/share/Trash/") << true;
         QTest::newRow("old style") << QByteArray("~/.Trash/a.jpg") << true;
         QTest::newRow("doubled slashes") << QByteArray("~//.local/share//Trash/files/a.jpg") << true;
         QTest::newRow("not utf-8 inside") << QByteArray("~/.local/share/Trash/files/\xff.jpg") << true;
         QTest::newRow("similar name") << QByteArray("~/.local/share/Trashcan/a.jpg") << false;
         QTest::newRow("other case") << QByteArray("~/.local/share/trash/files/a.jpg") << false;
-        QTest::newRow("share") << QByteArray("~/.local/share") << false;
         QTest::newRow("home") << QByteArray("~") << false;
-        QTest::newRow("root") << QByteArray("/") << false;
         QTest::newRow("other user") << QByteArray("/home/other/.local/share/Trash/x") << false;
     }
     void isInUserTrash()
     {
         QFETCH(QByteArray, path);
         QFETCH(bool, inTrash);
-        QCOMPARE(Platform::isInUserTrash(path.startsWith('~') ? m_home + path.mid(1) : path), inTrash);
-    }
-
-    void isInUserTrashFollowsDataHome()
-    {
-        EnvOverride data("XDG_DATA_HOME", "/srv/data");
-        QVERIFY(Platform::isInUserTrash("/srv/data/Trash/files/x"));
-        QVERIFY(!Platform::isInUserTrash(m_home + "/.local/share/Trash/files/x"));
-    }
-
-    void comparablePathIsExact()
-    {
+        QCOMPARE(Platform::isInUserTrash(expand(path)), inTrash);
         // Case-sensitive file systems: two names that differ in case are two items.
-        QCOMPARE(Platform::comparablePath("/Photos/IMG.JPG"), QByteArray("/Photos/IMG.JPG"));
-        QVERIFY(Platform::comparablePath("/a/Photo.jpg") != Platform::comparablePath("/a/photo.jpg"));
-        QCOMPARE(Platform::comparablePath("/a/\xc9\xff"), QByteArray("/a/\xc9\xff"));
+        QCOMPARE(Platform::comparablePath(expand(path)), expand(path));
     }
 
     void isPackage_data()
@@ -164,14 +127,9 @@ private Q_SLOTS:
         QTest::addColumn<QString>("kind"); // "dir", "file" or "none"
         QTest::addColumn<bool>("package");
         QTest::newRow("app folder") << QByteArray("Tool.app") << "dir" << true;
-        QTest::newRow("upper case") << QByteArray("Tool.APP") << "dir" << true;
         QTest::newRow("mixed case library") << QByteArray("Lib.PhotosLibrary") << "dir" << true;
-        QTest::newRow("migrated library") << QByteArray("Old.migratedphotolibrary") << "dir" << true;
-        QTest::newRow("last in list") << QByteArray("Win.pvm") << "dir" << true;
         QTest::newRow("plain file named .app") << QByteArray("x.app") << "file" << false;
         QTest::newRow("missing") << QByteArray("gone.app") << "none" << false;
-        QTest::newRow("ordinary folder") << QByteArray("Photos.2019") << "dir" << false;
-        QTest::newRow("no extension") << QByteArray("app") << "dir" << false;
         QTest::newRow("dot name") << QByteArray(".app") << "dir" << false;
         QTest::newRow("extension inside name") << QByteArray("x.app.old") << "dir" << false;
     }
@@ -180,61 +138,29 @@ private Q_SLOTS:
         QFETCH(QByteArray, name);
         QFETCH(QString, kind);
         QFETCH(bool, package);
-        // A folder per row, so names that differ only in case never meet.
-        const QByteArray path = work("pkg-" + QByteArray::number(++m_packageRow));
-        QVERIFY(::mkdir(path.constData(), 0755) == 0 || errno == EEXIST);
-        const QByteArray item = path + "/" + name;
-        if (kind == "dir")
-            QVERIFY(::mkdir(item.constData(), 0755) == 0 || errno == EEXIST);
-        else if (kind == "file")
-            QVERIFY(writeBytes(item, "x"));
+        const QByteArray item = rowFolder() + "/" + name;
+        QVERIFY(makeItem(item, kind));
         QCOMPARE(Platform::isPackage(item), package);
     }
 
     void bookmarks()
     {
         const QByteArray name("Caf\xe9 \xff album");
-        const QByteArray path = work(name);
-        QVERIFY(::mkdir(path.constData(), 0755) == 0 || errno == EEXIST);
-
-        const QByteArray bookmark = Platform::bookmarkForPath(path);
-        QCOMPARE(bookmark, path);
-        QCOMPARE(Platform::resolveBookmark(bookmark), std::optional<QByteArray>(path));
-
+        const QByteArray path = m_work + "/" + name;
+        QVERIFY(makeItem(path, "dir"));
+        QCOMPARE(Platform::bookmarkForPath(path), path);
+        QCOMPARE(Platform::resolveBookmark(path), std::optional<QByteArray>(path));
         // A relative path is remembered absolute, so it resolves from anywhere.
         const QString previous = QDir::currentPath();
         QVERIFY(::chdir(m_work.constData()) == 0);
         const QByteArray fromRelative = Platform::bookmarkForPath(name);
         QDir::setCurrent(previous);
         QCOMPARE(fromRelative, path);
-        QCOMPARE(Platform::resolveBookmark(fromRelative), std::optional<QByteArray>(path));
 
         QVERIFY(::rmdir(path.constData()) == 0);
-        QCOMPARE(Platform::resolveBookmark(bookmark), std::nullopt);
-        QCOMPARE(Platform::resolveBookmark(QByteArray()), std::nullopt);
-        QCOMPARE(Platform::resolveBookmark("relative/name"), std::nullopt);
-        QCOMPARE(Platform::resolveBookmark(QByteArray("/tmp\0/x", 7)), std::nullopt);
-    }
-
-    void percentEncoding_data()
-    {
-        QTest::addColumn<QByteArray>("path");
-        QTest::addColumn<QByteArray>("encoded");
-        QTest::newRow("unreserved") << QByteArray("/AZaz09-._~/") << QByteArray("/AZaz09-._~/");
-        QTest::newRow("space") << QByteArray("/a b") << QByteArray("/a%20b");
-        QTest::newRow("percent") << QByteArray("/100%") << QByteArray("/100%25");
-        QTest::newRow("reserved") << QByteArray("+&=?#:@;,!'()*[]$")
-                                  << QByteArray("%2B%26%3D%3F%23%3A%40%3B%2C%21%27%28%29%2A%5B%5D%24");
-        QTest::newRow("utf-8") << QByteArray("/\xc3\xa9") << QByteArray("/%C3%A9");
-        QTest::newRow("not utf-8") << QByteArray("/\xff\x80") << QByteArray("/%FF%80");
-        QTest::newRow("control") << QByteArray("\x01\n\x7f") << QByteArray("%01%0A%7F");
-    }
-    void percentEncoding()
-    {
-        QFETCH(QByteArray, path);
-        QFETCH(QByteArray, encoded);
-        QCOMPARE(Platform::percentEncodePath(path), encoded);
-        QCOMPARE(QByteArray::fromPercentEncoding(encoded), path);
+        for (const QByteArray& gone :
+             {path, QByteArray(), QByteArray("relative/name"), QByteArray("/tmp\0/x", 7)})
+            QCOMPARE(Platform::resolveBookmark(gone), std::nullopt);
     }
 
     void everyByteSurvivesEncoding()
@@ -242,6 +168,8 @@ private Q_SLOTS:
         QByteArray all;
         for (int b = 1; b < 256; ++b)
             all.append(char(b));
+        QCOMPARE(Platform::percentEncodePath("/AZaz09-._~ %+#'\xc3\xa9\xff\n"),
+                 QByteArray("/AZaz09-._~%20%25%2B%23%27%C3%A9%FF%0A"));
         const QByteArray encoded = Platform::percentEncodePath(all);
         QCOMPARE(QByteArray::fromPercentEncoding(encoded), all);
         // Only printable ASCII remains, so the text survives any encoding of the file.
@@ -254,164 +182,124 @@ private Q_SLOTS:
         QTest::addColumn<QString>("kind");
         QTest::addColumn<int>("type");
         QTest::addColumn<QString>("typeName");
-        QTest::newRow("file") << "file" << int(FileAttributes::Type::Regular) << "NSFileTypeRegular";
-        QTest::newRow("folder") << "dir" << int(FileAttributes::Type::Directory) << "NSFileTypeDirectory";
-        QTest::newRow("link to file")
-            << "link" << int(FileAttributes::Type::SymbolicLink) << "NSFileTypeSymbolicLink";
-        QTest::newRow("dangling link")
-            << "dangling" << int(FileAttributes::Type::SymbolicLink) << "NSFileTypeSymbolicLink";
-        QTest::newRow("fifo") << "fifo" << int(FileAttributes::Type::Other) << "NSFileTypeUnknown";
+        using T = FileAttributes::Type;
+        QTest::newRow("file") << "file" << int(T::Regular) << "NSFileTypeRegular";
+        QTest::newRow("folder") << "dir" << int(T::Directory) << "NSFileTypeDirectory";
+        QTest::newRow("link to file") << "link" << int(T::SymbolicLink) << "NSFileTypeSymbolicLink";
+        QTest::newRow("dangling link") << "dangling" << int(T::SymbolicLink) << "NSFileTypeSymbolicLink";
+        QTest::newRow("fifo") << "fifo" << int(T::Other) << "NSFileTypeUnknown";
     }
+    // Read without following a final link and without opening the item.
     void fileAttributes()
     {
         QFETCH(QString, kind);
         QFETCH(int, type);
         QFETCH(QString, typeName);
-        const QByteArray dir = work("attr-" + kind.toUtf8());
-        QVERIFY(::mkdir(dir.constData(), 0755) == 0 || errno == EEXIST);
-        const QByteArray target = dir + "/data\xff.bin"; // 11 bytes of content
-        QVERIFY(writeBytes(target, "hello world"));
+        const QByteArray dir = rowFolder();
+        const QByteArray target = dir + "/data\xff.bin";
         QByteArray item = dir + "/item";
-        ::unlink(item.constData());
-        ::rmdir(item.constData());
+        QVERIFY(makeItem(target, "file"));
         if (kind == "file")
             item = target;
-        else if (kind == "dir")
-            QVERIFY(::mkdir(item.constData(), 0755) == 0);
-        else if (kind == "link")
-            QVERIFY(::symlink(target.constData(), item.constData()) == 0);
-        else if (kind == "dangling")
-            QVERIFY(::symlink("no-such-target", item.constData()) == 0);
+        else if (kind == "link" || kind == "dangling")
+            QVERIFY(::symlink(kind == "link" ? target.constData() : "nowhere", item.constData()) == 0);
         else if (kind == "fifo")
             QVERIFY(::mkfifo(item.constData(), 0644) == 0);
-
-        // A fixed modification time with a sub-second part, on the item itself (not a link's target).
+        else
+            QVERIFY(makeItem(item, kind));
         const struct timespec times[2] = {{1000000000, 0}, {1234567890, 250000000}};
         QVERIFY(::utimensat(AT_FDCWD, item.constData(), times, AT_SYMLINK_NOFOLLOW) == 0);
 
         QElapsedTimer timer;
         timer.start();
         const std::optional<FileAttributes> a = FileAttributes::ofItem(item);
-        QVERIFY(timer.elapsed() < 1000); // a FIFO is never opened
+        QVERIFY(timer.elapsed() < 1000);
         QVERIFY(a);
         QCOMPARE(int(a->type), type);
         QCOMPARE(a->typeName(), typeName);
-        QCOMPARE(a->isRegular(), kind == "file");
-        QCOMPARE(a->isDirectory(), kind == "dir");
         QCOMPARE(a->modDate, 1234567890.25);
-
         struct stat st;
         QVERIFY(::lstat(item.constData(), &st) == 0);
-        QCOMPARE(a->size, quint64(st.st_size));
-        if (kind == "file")
-            QCOMPARE(a->size, quint64(11));
-        if (kind == "link")
-            QCOMPARE(a->size, quint64(target.size())); // the link's own size, not the target's 11
-        QCOMPARE(a->device, quint64(st.st_dev));
+        // The link's own size, not the target's 11 bytes.
+        QCOMPARE(a->size, kind == "file"   ? quint64(11)
+                          : kind == "link" ? quint64(target.size())
+                                           : quint64(st.st_size));
         QCOMPARE(a->inode, quint64(st.st_ino));
-        // Birth time (now) or, without one, the earlier of mtime and ctime: never after ctime.
-        const double ctime = double(st.st_ctim.tv_sec) + double(st.st_ctim.tv_nsec) / 1e9;
-        QVERIFY(a->createDate > 0);
-        QVERIFY(a->createDate <= ctime + 1e-6);
+        QCOMPARE(a->device, quint64(st.st_dev));
+        // Birth time or, without one, the earlier of mtime and ctime: never after ctime.
+        QVERIFY(a->createDate > 0 && a->createDate <= st.st_ctim.tv_sec + st.st_ctim.tv_nsec / 1e9 + 1e-6);
 
         // Relative to an open folder, the same answer.
         const int dirfd = ::open(dir.constData(), O_RDONLY | O_DIRECTORY);
-        QVERIFY(dirfd >= 0);
         const std::optional<FileAttributes> e =
             FileAttributes::ofEntry(dirfd, PathUtils::lastPathComponent(item).constData());
         ::close(dirfd);
-        QVERIFY(e);
-        QCOMPARE(int(e->type), type);
-        QCOMPARE(e->inode, a->inode);
-        QCOMPARE(e->modDate, a->modDate);
+        QVERIFY(e && int(e->type) == type && e->inode == a->inode && e->modDate == a->modDate);
+        QVERIFY(!FileAttributes::ofItem(dir + "/none") && !FileAttributes::ofItem(target + "/x") &&
+                !FileAttributes::ofItem({}));
     }
 
-    void fileAttributesOfNothing()
-    {
-        QVERIFY(!FileAttributes::ofItem(work("no-such-item")));
-        QVERIFY(!FileAttributes::ofItem(QByteArray()));
-        QVERIFY(!FileAttributes::ofItem(work("no-such-folder/child")));
-        QVERIFY(!FileAttributes::ofEntry(AT_FDCWD, ""));
-    }
-
-    void runWithInputPassesValuesAsArguments()
-    {
-        // The script comes on standard input and the value as an argument, so quotes and
-        // command text in the value are data, never code.
-        const QString value = QStringLiteral("com.example.\"x\"; $(touch pwned) 'y'\nend");
-        const std::optional<QByteArray> out = Platform::runWithInput(
-            QStringLiteral("/bin/sh"), {QStringLiteral("-s"), QStringLiteral("--"), value},
-            "printf '%s' \"$1\"\n", 5000);
-        QVERIFY(out);
-        QCOMPARE(QString::fromUtf8(*out), value);
-        QVERIFY(!QFile::exists(QStringLiteral("pwned")));
-    }
-
-    void runWithInputFailures_data()
+    void runWithInput_data()
     {
         QTest::addColumn<QString>("program");
         QTest::addColumn<QByteArray>("script");
         QTest::addColumn<int>("timeoutMs");
-        QTest::newRow("error exit") << "/bin/sh" << QByteArray("echo partial; exit 3\n") << 5000;
-        QTest::newRow("missing program") << "/nonexistent/osascript" << QByteArray() << 5000;
-        QTest::newRow("too slow") << "/bin/sh" << QByteArray("sleep 20\n") << 300;
+        QTest::addColumn<bool>("succeeds");
+        QTest::newRow("value as argument") << "/bin/sh" << QByteArray("printf '%s' \"$1\"\n") << 5000 << true;
+        QTest::newRow("error exit") << "/bin/sh" << QByteArray("echo partial; exit 3\n") << 5000 << false;
+        QTest::newRow("missing program") << "/nonexistent/osascript" << QByteArray() << 5000 << false;
+        QTest::newRow("too slow") << "/bin/sh" << QByteArray("sleep 20\n") << 300 << false;
     }
-    void runWithInputFailures()
+    // The script comes on standard input and the value as an argument, so quotes and command
+    // text in the value are data, never code; failures and time-outs give nothing.
+    void runWithInput()
     {
         QFETCH(QString, program);
         QFETCH(QByteArray, script);
         QFETCH(int, timeoutMs);
+        QFETCH(bool, succeeds);
+        const QString value = QStringLiteral("com.example.\"x\"; $(touch pwned) 'y'\nend");
         QElapsedTimer timer;
         timer.start();
-        QCOMPARE(Platform::runWithInput(program, {QStringLiteral("-s")}, script, timeoutMs), std::nullopt);
+        const auto out = Platform::runWithInput(program, {"-s", "--", value}, script, timeoutMs);
         QVERIFY(timer.elapsed() < timeoutMs + 3000);
+        QCOMPARE(out, succeeds ? std::optional<QByteArray>(value.toUtf8()) : std::nullopt);
+        QVERIFY(!QFile::exists(QStringLiteral("pwned")));
     }
 
     void xdgOpenViewer_data()
     {
         QTest::addColumn<QByteArrayList>("paths");
+        QTest::addColumn<bool>("launches");
         QTest::addColumn<QStringList>("arguments"); // one xdg-open argument per launch
         QTest::addColumn<bool>("result");
-        QTest::newRow("one file") << QByteArrayList{"/data/a.jpg"} << QStringList{"/data"} << true;
         QTest::newRow("same folder once")
-            << QByteArrayList{"/data/a.jpg", "/data/b.jpg"} << QStringList{"/data"} << true;
-        QTest::newRow("two folders") << QByteArrayList{"/x/a", "/y/b/", "/x/c"} << QStringList{"/x", "/y"}
-                                     << true;
-        QTest::newRow("folder item") << QByteArrayList{"/data/Album/"} << QStringList{"/data"} << true;
-        QTest::newRow("top level") << QByteArrayList{"/a.jpg"} << QStringList{"/"} << true;
-        QTest::newRow("utf-8 folder")
-            << QByteArrayList{"/d/caf\xc3\xa9/a"} << QStringList{QString::fromUtf8("/d/caf\xc3\xa9")} << true;
+            << QByteArrayList{"/data/a.jpg", "/data/b.jpg"} << true << QStringList{"/data"} << true;
+        QTest::newRow("two folders, folder item")
+            << QByteArrayList{"/x/a", "/y/b/", "/x/c"} << true << QStringList{"/x", "/y"} << true;
         QTest::newRow("not utf-8 folder")
-            << QByteArrayList{"/d/caf\xe9 1/a"} << QStringList{"file:///d/caf%E9%201"} << true;
-        QTest::newRow("nothing") << QByteArrayList{} << QStringList{} << false;
+            << QByteArrayList{"/d/caf\xe9 1/a"} << true << QStringList{"file:///d/caf%E9%201"} << true;
+        QTest::newRow("nothing") << QByteArrayList{} << true << QStringList{} << false;
+        QTest::newRow("xdg-open fails")
+            << QByteArrayList{"/data/a.jpg"} << false << QStringList{"/data"} << false;
     }
     void xdgOpenViewer()
     {
         QFETCH(QByteArrayList, paths);
+        QFETCH(bool, launches);
         QFETCH(QStringList, arguments);
         QFETCH(bool, result);
         QStringList launched;
         XdgOpenFileViewer viewer([&](const QString& program, const QStringList& args) {
             launched.append(program + ' ' + args.join('|'));
-            return true;
+            return launches;
         });
+        if (!launches)
+            QTest::ignoreMessage(QtInfoMsg, "Could not start xdg-open for /data");
         QCOMPARE(viewer.showItems(paths), result);
-        QStringList expected;
-        for (const QString& a : arguments)
-            expected.append(QStringLiteral("xdg-open ") + a);
-        QCOMPARE(launched, expected);
-    }
-
-    void xdgOpenViewerReportsFailure()
-    {
-        int calls = 0;
-        XdgOpenFileViewer viewer([&](const QString&, const QStringList&) {
-            ++calls;
-            return false;
-        });
-        QTest::ignoreMessage(QtInfoMsg, "Could not start xdg-open for /data");
-        QVERIFY(!viewer.showItems({"/data/a.jpg"}));
-        QCOMPARE(calls, 1);
+        for (QString& a : arguments)
+            a.prepend("xdg-open ");
+        QCOMPARE(launched, arguments);
     }
 };
 
