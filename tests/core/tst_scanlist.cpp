@@ -356,18 +356,14 @@ private Q_SLOTS:
         unticked.loadFromBookmarkPaths();
         QCOMPARE(unticked.count(), 3);
         QVERIFY(!unticked.isScanNowEnabled());
-    }
 
-    void oldSystemNeitherSavesNorRestores()
-    {
-        const QByteArray a = makeDir("a");
-        ScanList(*m_settings, &m_alerts).selectPathToScan({a});
+        // The old-system flag neither restores nor saves.
         AppGlobals::isOSX_7_AndAbove = true;
-        ScanList list(*m_settings, &m_alerts);
-        list.loadFromBookmarkPaths();
-        QCOMPARE(list.count(), 0);
-        list.selectPathToScan({makeDir("b")});
-        QCOMPARE(savedPaths(), QList<QByteArray>{a});
+        ScanList old(*m_settings, &m_alerts);
+        old.loadFromBookmarkPaths();
+        QCOMPARE(old.count(), 0);
+        old.selectPathToScan({makeDir("b")});
+        QCOMPARE(savedPaths(), (QList<QByteArray>{a, odd, library}));
     }
 };
 

@@ -303,40 +303,43 @@ private Q_SLOTS:
         QCOMPARE(groups->rowCount(), 0);
     }
 
-    void endsWithoutDuplicates_data()
+    // Files of 2 KB, one per byte of contents.
+    void scanEndsWithAMessage_data()
     {
-        QTest::addColumn<bool>("twoFiles");
-        QTest::newRow("equal sizes, different contents") << true;
-        QTest::newRow("nothing at the minimum size") << false;
+        QTest::addColumn<QByteArray>("contents");
+        QTest::addColumn<bool>("untickLast");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("hint");
+        const QString none = ResultViewController::kNoDuplicatesMessage;
+        QTest::newRow("equal sizes, different contents")
+            << QByteArray("ab") << false << none << ResultViewController::kNoDuplicatesHint;
+        QTest::newRow("nothing to compare")
+            << QByteArray("a") << false << none << ResultViewController::kNoDuplicatesHint;
+        QTest::newRow("only one ticked item")
+            << QByteArray("xx") << true << ScanEngine::kOnlyOneItemMessage << ScanEngine::kOnlyOneItemHint;
     }
-    void endsWithoutDuplicates()
+    void scanEndsWithAMessage()
     {
-        QFETCH(bool, twoFiles);
+        QFETCH(QByteArray, contents);
+        QFETCH(bool, untickLast);
+        QFETCH(QString, message);
+        QFETCH(QString, hint);
         auto view = makeView();
-        makeFile("t/a.bin", QByteArray(2048, 'a'));
-        if (twoFiles)
-            makeFile("t/b.bin", QByteArray(2048, 'b'));
-        view->scanList()->selectPathToScan({p("t")});
-        view->startScanning();
-        QCOMPARE(view->currentScreen(), ResultViewController::Screen::Progress);
-        QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ResultViewController::kNoDuplicatesMessage});
-        QCOMPARE(m_alerts.alerts().first().informativeText, ResultViewController::kNoDuplicatesHint);
-        QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
-        QCOMPARE(view->scanList()->count(), 1);
-    }
-
-    void refusedWithOneItem()
-    {
-        auto view = makeView();
-        view->scanList()->selectPathToScan(
-            {makeFile("only.bin", QByteArray(2048, 'x')), makeFile("second.bin", QByteArray(2048, 'x'))});
-        view->scanList()->selectDeselectPath(1);
+        QList<QByteArray> files;
+        for (int i = 0; i < contents.size(); ++i)
+            files.append(makeFile(QStringLiteral("t/%1.bin").arg(i), QByteArray(2048, contents[i])));
+        // Two files listed one by one, or the folder holding them.
+        view->scanList()->selectPathToScan(untickLast ? files : QList<QByteArray>{p("t")});
+        if (untickLast)
+            view->scanList()->selectDeselectPath(1);
         QSignalSpy scanning(view.get(), &ResultViewController::scanningChanged);
-        QTest::mouseClick(view->scanListView()->scanButton(), Qt::LeftButton);
-        QCOMPARE(messages(m_alerts.alerts()), QStringList{ScanEngine::kOnlyOneItemMessage});
-        QCOMPARE(m_alerts.alerts().first().informativeText, ScanEngine::kOnlyOneItemHint);
+        view->scanListView()->scanButton()->click();
+        // A refused scan never starts; a finished one goes back to the list after its message.
+        QCOMPARE(scanning.count(), untickLast ? 0 : 1);
+        QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{message});
+        QCOMPARE(m_alerts.alerts().first().informativeText, hint);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
-        QCOMPARE(scanning.count(), 0);
+        QCOMPARE(view->scanList()->count(), untickLast ? 2 : 1);
     }
 
     void abortEndsInFinishedState()
