@@ -14,7 +14,6 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QElapsedTimer>
 #include <QFileDialog>
 #include <QPropertyAnimation>
 #include <QPushButton>
@@ -26,57 +25,34 @@
 
 namespace {
 
-// A pane with a view of a fixed size that records what the window tells it.
-class FakePane : public TamPreferencesViewControllerProtocol
-{
-public:
-    FakePane(const QString& id, QSize size, const QString& label = {})
-        : m_id(id), m_size(size), m_label(label)
-    {}
-    ~FakePane() override { delete m_view; }
+using Window = TamPreferencesWindowController;
+using Pane = Window::Pane;
+using PaneList = Window::PaneList;
 
-    QString identifier() const override { return m_id; }
+// A pane with a view of a fixed size that records what the window tells it.
+struct FakePane : TamPreferencesViewControllerProtocol
+{
+    FakePane(const QString& id, QSize size) : id(id) { widget->resize(size); }
+    ~FakePane() override { delete widget; }
+
+    QString identifier() const override { return id; }
     QIcon toolbarItemImage() const override { return {}; }
-    QString toolbarItemLabel() const override
-    {
-        return m_label.isNull() ? m_id + QStringLiteral(" label") : m_label;
-    }
+    QString toolbarItemLabel() const override { return id + QStringLiteral(" label"); }
     std::optional<TamToolbarItem> toolbarItem() const override { return customItem; }
-    QWidget* view() override
-    {
-        if (!m_view) {
-            m_view = new QWidget;
-            m_view->setObjectName(m_id);
-            m_view->resize(m_size);
-        }
-        return m_view;
-    }
+    QWidget* view() override { return widget; }
     void viewWillAppear() override { events << QStringLiteral("willAppear"); }
     void viewDidAppear() override { events << QStringLiteral("didAppear"); }
     void viewWillDisappear() override { events << QStringLiteral("willDisappear"); }
     void viewDidDisappear() override { events << QStringLiteral("didDisappear"); }
-    bool commitEditing() override
-    {
-        ++commits;
-        return acceptsCommit;
-    }
+    bool commitEditing() override { return ++commits, acceptsCommit; }
 
-    QWidget* existingView() const { return m_view; }
-
+    QString id;
+    QPointer<QWidget> widget = new QWidget;
     std::optional<TamToolbarItem> customItem;
     QStringList events;
     bool acceptsCommit = true;
     int commits = 0;
-
-private:
-    QString m_id;
-    QSize m_size;
-    QString m_label;
-    QPointer<QWidget> m_view;
 };
-
-using Pane = TamPreferencesWindowController::Pane;
-using PaneList = TamPreferencesWindowController::PaneList;
 
 std::shared_ptr<FakePane> fake(const QString& id, QSize size = QSize(400, 300))
 {
@@ -96,9 +72,19 @@ public:
     QStringList prompts;
 };
 
-QList<QWidget*> attachedViews(TamPreferencesWindowController& window)
+QList<QWidget*> attachedViews(Window& window)
 {
     return window.contentView()->findChildren<QWidget*>(QString(), Qt::FindDirectChildrenOnly);
+}
+
+bool checked(Window& window, const QString& id)
+{
+    return window.toolbarItemWithItemIdentifier(id)->isChecked();
+}
+
+template <class T> T* child(QWidget* view, const char* name)
+{
+    return view->findChild<T*>(QLatin1String(name));
 }
 
 // Waits past the resize and the delayed attach of the longest switch the tests make.
@@ -113,7 +99,8 @@ class TestPreferencesWindow : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
+    QTemporaryDir m_dir;
+    int m_run = 0;
     std::unique_ptr<QSettings> m_store;
     std::unique_ptr<Settings> m_settings;
 
@@ -125,34 +112,24 @@ class TestPreferencesWindow : public QObject
 private Q_SLOTS:
     void initTestCase() { Settings::registereUserDefaults(); }
 
+    // A settings file of its own for each case.
     void init()
     {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
+        m_settings.reset();
+        m_store = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("run%1.ini").arg(++m_run)),
                                               QSettings::IniFormat);
         m_settings = std::make_unique<Settings>(m_store.get());
-    }
-
-    void cleanup()
-    {
-        m_settings.reset();
-        m_store.reset();
-        m_dir.reset();
     }
 
     void emptyPaneList()
     {
         m_settings->setValue(Settings::kSelectedPreferencesItem, QStringLiteral("General"));
-        TamPreferencesWindowController window(*m_settings, {}, QStringLiteral("Preferences"));
-        QVERIFY(!window.selectedViewController());
-        QCOMPARE(window.selectedIndex(), TamPreferencesWindowController::NotFound);
+        Window window(*m_settings, {}, QStringLiteral("Preferences"));
+        QCOMPARE(window.selectedIndex(), Window::NotFound);
         QVERIFY(!m_settings->contains(Settings::kSelectedPreferencesItem));
-        QVERIFY(window.toolbar()->actions().isEmpty());
         window.showWindow();
-        QCOMPARE(window.contentView()->size(), TamPreferencesWindowController::kEmptyContentSize);
+        QCOMPARE(window.contentView()->size(), Window::kEmptyContentSize);
         QCOMPARE(window.windowTitle(), QStringLiteral("Preferences"));
-        // Clicks with no pane selected do nothing.
         window.setSelectedIndex(3);
         QVERIFY(!window.selectedViewController());
     }
@@ -165,7 +142,6 @@ private Q_SLOTS:
         QTest::newRow("nothing stored") << QString() << 0 << "A";
         QTest::newRow("second pane") << "B" << 1 << "B";
         QTest::newRow("stale identifier") << "Removed" << 0 << "A";
-        QTest::newRow("case differs") << "b" << 0 << "A";
         QTest::newRow("pane's own item identifier") << "custom-c" << 2 << "custom-c";
         QTest::newRow("plain identifier of a pane with its own item") << "C" << 2 << "custom-c";
         QTest::newRow("placeholder") << TamToolbarItem::FlexibleSpaceItemIdentifier << 3
@@ -180,146 +156,68 @@ private Q_SLOTS:
             m_settings->setValue(Settings::kSelectedPreferencesItem, stored);
         auto c = fake("C");
         c->customItem = TamToolbarItem{QStringLiteral("custom-c"), QStringLiteral("Custom"), {}};
-        const PaneList panes{fake("A"), fake("B"), c,
-                             TamPreferencesWindowController::flexibleSpacePlaceholderController()};
-        TamPreferencesWindowController window(*m_settings, panes);
+        Window window(*m_settings, {fake("A"), fake("B"), c, Window::flexibleSpacePlaceholderController()});
         QCOMPARE(window.selectedIndex(), qsizetype(expectedIndex));
         QCOMPARE(storedSelection(), expectedKey);
         QCOMPARE(window.toolbarItemIdentifiers(),
                  (QStringList{"A", "B", "custom-c", TamToolbarItem::FlexibleSpaceItemIdentifier}));
-        // Nothing is attached before the window is first shown.
-        QVERIFY(attachedViews(window).isEmpty());
-    }
-
-    // The own toolbar item of a pane is looked at before its identifier, pane by pane.
-    void lookupByIdentifier()
-    {
-        auto first = fake("x");
-        first->customItem = TamToolbarItem{QStringLiteral("y"), {}, {}};
-        auto second = fake("y");
-        TamPreferencesWindowController window(*m_settings, {first, second});
-        QCOMPARE(window.viewControllerWithIdentifier("y"), Pane(first));
-        QCOMPARE(window.viewControllerWithIdentifier("x"), Pane(first));
-        QVERIFY(!window.viewControllerWithIdentifier("Y"));
-        QCOMPARE(TamPreferencesWindowController::toolbarItemIdentifierForViewController(second),
-                 QStringLiteral("y"));
-    }
-
-    void selectByIndex_data()
-    {
-        QTest::addColumn<int>("index");
-        QTest::addColumn<QString>("expected");
-        QTest::newRow("first") << 0 << "A";
-        QTest::newRow("last") << 2 << "C";
-        QTest::newRow("one past") << 3 << "C";
-        QTest::newRow("far past") << 100 << "C";
-        QTest::newRow("not found") << int(TamPreferencesWindowController::NotFound) << "C";
-    }
-    void selectByIndex()
-    {
-        QFETCH(int, index);
-        QFETCH(QString, expected);
-        TamPreferencesWindowController window(*m_settings, {fake("A"), fake("B"), fake("C")});
-        window.setSelectedIndex(1);
-        window.setSelectedIndex(index);
-        QCOMPARE(window.selectedViewController()->identifier(), expected);
-        QCOMPARE(storedSelection(), expected);
+        QVERIFY(attachedViews(window).isEmpty()); // nothing before the window is first shown
     }
 
     // Before the window loads, switching records the selection only; loading attaches at once.
-    void switchesBeforeLoadOnlyRecord()
+    // Selecting the shown pane again rewrites the key only: no events, no resize, still checked.
+    void switchBeforeLoadAndReselect()
     {
         auto a = fake("A");
         auto b = fake("B", QSize(500, 200));
-        TamPreferencesWindowController window(*m_settings, {a, b});
+        Window window(*m_settings, {a, b});
         window.setSelectedIndex(1);
         QCOMPARE(storedSelection(), QStringLiteral("B"));
-        QVERIFY(a->events.isEmpty());
-        QVERIFY(b->events.isEmpty());
-        QVERIFY(!window.isWindowLoaded());
-
+        QVERIFY(a->events.isEmpty() && b->events.isEmpty());
         window.showWindow();
         QCOMPARE(b->events, (QStringList{"willAppear", "didAppear"}));
-        QCOMPARE(attachedViews(window), (QList<QWidget*>{b->existingView()}));
+        QCOMPARE(attachedViews(window), (QList<QWidget*>{b->widget}));
         QCOMPARE(window.contentView()->size(), QSize(500, 200));
-        QCOMPARE(window.toolbarSelectedItemIdentifier(), QStringLiteral("B"));
-        QVERIFY(window.toolbarItemWithItemIdentifier("B")->isChecked());
-        QVERIFY(a->events.isEmpty());
-    }
+        QVERIFY(checked(window, "B"));
 
-    void reselectionRewritesKeyOnly()
-    {
-        auto a = fake("A");
-        TamPreferencesWindowController window(*m_settings, {a, fake("B")});
-        window.showWindow();
-        a->events.clear();
+        b->events.clear();
         const QRect geometry = window.geometry();
         m_settings->remove(Settings::kSelectedPreferencesItem);
-
-        window.setSelectedViewController(a);
-        QCOMPARE(storedSelection(), QStringLiteral("A"));
+        window.setSelectedViewController(b);
+        QCOMPARE(storedSelection(), QStringLiteral("B"));
+        window.toolbarItemWithItemIdentifier("B")->trigger();
         settle();
-        QVERIFY(a->events.isEmpty());
-        QCOMPARE(attachedViews(window), (QList<QWidget*>{a->existingView()}));
+        QVERIFY(checked(window, "B"));
+        QVERIFY(a->events.isEmpty() && b->events.isEmpty());
+        QCOMPARE(attachedViews(window), (QList<QWidget*>{b->widget}));
         QCOMPARE(window.geometry(), geometry);
-
-        // Clicking the highlighted item keeps it highlighted.
-        window.toolbarItemWithItemIdentifier("A")->trigger();
-        QVERIFY(window.toolbarItemWithItemIdentifier("A")->isChecked());
-        QVERIFY(a->events.isEmpty());
     }
 
-    // A→B→C in quick succession: B's delayed attach finds C selected and does nothing.
+    // A→B→C in quick succession: B's delayed attach finds C selected and does nothing. The new
+    // view waits for the resize, which keeps the window's top edge and horizontal centre.
     void quickSwitchAttachesOnlyTheLast()
     {
-        auto a = fake("A", QSize(400, 300));
+        auto a = fake("A");
         auto b = fake("B", QSize(420, 500));
         auto c = fake("C", QSize(440, 340));
-        TamPreferencesWindowController window(*m_settings, {a, b, c});
+        Window window(*m_settings, {a, b, c});
         window.showWindow();
-        QCOMPARE(attachedViews(window), (QList<QWidget*>{a->existingView()}));
-
+        const QRect before = window.geometry();
         window.toolbarItemWithItemIdentifier("B")->trigger();
         window.toolbarItemWithItemIdentifier("C")->trigger();
         QCOMPARE(a->events, (QStringList{"willAppear", "didAppear", "willDisappear", "didDisappear"}));
-        // The new view waits for the resize.
         QVERIFY(attachedViews(window).isEmpty());
 
         // C's attach is due after B's, so once C is there B's has run.
-        QTRY_COMPARE(attachedViews(window), (QList<QWidget*>{c->existingView()}));
+        QTRY_COMPARE(attachedViews(window), (QList<QWidget*>{c->widget}));
         QTRY_COMPARE(window.contentView()->size(), QSize(440, 340));
         QCOMPARE(b->events, (QStringList{"willAppear", "willDisappear", "didDisappear"}));
         QCOMPARE(c->events, (QStringList{"willAppear", "didAppear"}));
-        QVERIFY(!b->existingView()->parentWidget());
-        QCOMPARE(c->existingView()->pos(), QPoint(0, 0));
-        QCOMPARE(storedSelection(), QStringLiteral("C"));
-        QVERIFY(window.toolbarItemWithItemIdentifier("C")->isChecked());
-        QVERIFY(!window.toolbarItemWithItemIdentifier("B")->isChecked());
-    }
-
-    // The window keeps its top edge and horizontal centre, and attaches only after the resize.
-    void resizeKeepsTopAndCentre()
-    {
-        auto a = fake("A", QSize(400, 200));
-        auto b = fake("B", QSize(600, 800));
-        TamPreferencesWindowController window(*m_settings, {a, b});
-        window.showWindow();
-        const QRect before = window.geometry();
-
-        QElapsedTimer clock;
-        clock.start();
-        window.setSelectedViewController(b);
-        QTest::qWait(150);
-        // 600 points taller: 0.3 s, so the view cannot be there yet.
-        if (clock.elapsed() < 300)
-            QVERIFY(!b->existingView()->parentWidget());
-        QTRY_COMPARE(b->existingView()->parentWidget(), window.contentView());
-        QTRY_COMPARE(window.contentView()->size(), QSize(600, 800));
-        const QRect after = window.geometry();
-        QCOMPARE(after.top(), before.top());
-        QVERIFY(qAbs((after.left() + after.right()) - (before.left() + before.right())) <= 1);
-        QCOMPARE(window.size(), window.minimumSize()); // fixed to the pane
-        QCOMPARE(window.size(), window.maximumSize());
+        QVERIFY(!b->widget->parentWidget());
+        QCOMPARE(window.geometry().top(), before.top());
+        QVERIFY(qAbs(window.geometry().center().x() - before.center().x()) <= 1);
+        QCOMPARE(window.minimumSize(), window.maximumSize()); // fixed to the pane
+        QVERIFY(checked(window, "C") && !checked(window, "B"));
     }
 
     void replacingPaneList_data()
@@ -328,7 +226,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected"); // empty: nothing selected
         QTest::newRow("still listed") << QStringList{"A", "B", "*C", "D"} << "C";
         QTest::newRow("gone, same length") << QStringList{"W", "X", "Y", "Z"} << "Y";
-        QTest::newRow("gone, shorter") << QStringList{"W"} << "W";
         QTest::newRow("gone, empty") << QStringList{} << "";
     }
     void replacingPaneList()
@@ -336,59 +233,53 @@ private Q_SLOTS:
         QFETCH(QStringList, replacement);
         QFETCH(QString, expected);
         auto c = fake("C");
-        TamPreferencesWindowController window(*m_settings, {fake("A"), fake("B"), c});
+        Window window(*m_settings, {fake("A"), fake("B"), c});
         window.setSelectedIndex(2);
         window.showWindow();
         QAction* itemOfC = window.toolbarItemWithItemIdentifier("C");
-
         PaneList panes;
         for (const QString& id : replacement)
             panes.append(id == "*C" ? Pane(c) : Pane(fake(id)));
         window.setViewControllers(panes);
         settle();
 
+        QCOMPARE(window.toolbar()->actions().size(), replacement.size());
         if (expected.isEmpty()) {
             QVERIFY(!window.selectedViewController());
             QVERIFY(!m_settings->contains(Settings::kSelectedPreferencesItem));
             QVERIFY(attachedViews(window).isEmpty());
-            QVERIFY(window.toolbar()->actions().isEmpty());
             return;
         }
         QCOMPARE(window.selectedViewController()->identifier(), expected);
         QCOMPARE(storedSelection(), expected);
-        QCOMPARE(window.toolbar()->actions().size(), replacement.size());
         QTRY_COMPARE(attachedViews(window), (QList<QWidget*>{window.selectedViewController()->view()}));
-        QVERIFY(window.toolbarItemWithItemIdentifier(expected)->isChecked());
+        QVERIFY(checked(window, expected));
         if (replacement.contains("*C")) // the existing item is reused
             QCOMPARE(window.toolbarItemWithItemIdentifier("C"), itemOfC);
     }
 
+    // Placeholders put standard items in the toolbar and count as panes; indexes past the end
+    // select the last one.
     void placeholdersBecomeStandardItems()
     {
-        const PaneList panes{fake("A"),
-                             TamPreferencesWindowController::flexibleSpacePlaceholderController(),
-                             TamPreferencesWindowController::separatorPlaceholderController(),
-                             TamPreferencesWindowController::spacePlaceholderController(),
-                             fake("B"),
-                             TamPreferencesWindowController::printPlaceholderController()};
-        TamPreferencesWindowController window(*m_settings, panes);
+        Window window(*m_settings, {fake("A"), Window::flexibleSpacePlaceholderController(),
+                                    Window::separatorPlaceholderController(), fake("B"),
+                                    Window::printPlaceholderController()});
         window.showWindow();
         const QList<QAction*> actions = window.toolbar()->actions();
-        QCOMPARE(actions.size(), 6);
+        QCOMPARE(actions.size(), 5);
         auto* flexible = qobject_cast<QWidgetAction*>(actions.at(1));
-        QVERIFY(flexible && flexible->defaultWidget());
         QCOMPARE(flexible->defaultWidget()->sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
         QVERIFY(actions.at(2)->isSeparator());
-        auto* space = qobject_cast<QWidgetAction*>(actions.at(3));
-        QVERIFY(space && space->defaultWidget());
-        QCOMPARE(space->defaultWidget()->minimumWidth(), space->defaultWidget()->maximumWidth());
-        QCOMPARE(TamPreferencesWindowController::itemIdentifier(actions.at(5)),
-                 TamToolbarItem::PrintItemIdentifier);
 
-        // Placeholders count as panes: index 4 is B, and a placeholder can be selected.
-        window.setSelectedIndex(4);
+        window.setSelectedIndex(5); // one past the end selects the last
+        QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
+        window.setSelectedIndex(3);
         QCOMPARE(window.selectedViewController()->identifier(), QStringLiteral("B"));
-        actions.at(5)->trigger();
+        window.setSelectedIndex(Window::NotFound); // so does NotFound
+        QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
+        window.toolbarItemWithItemIdentifier("B")->trigger();
+        actions.at(4)->trigger();
         QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
         settle();
         QVERIFY(attachedViews(window).isEmpty());
@@ -398,27 +289,21 @@ private Q_SLOTS:
     {
         auto a = fake("A");
         auto b = fake("B");
-        TamPreferencesWindowController window(*m_settings, {a, b});
+        Window window(*m_settings, {a, b});
         window.showWindow();
         a->acceptsCommit = false;
-
         window.toolbarItemWithItemIdentifier("B")->trigger();
         QCOMPARE(a->commits, 1);
         QCOMPARE(window.selectedViewController(), Pane(a));
-        QVERIFY(window.toolbarItemWithItemIdentifier("A")->isChecked());
-        QVERIFY(!window.toolbarItemWithItemIdentifier("B")->isChecked());
+        QVERIFY(checked(window, "A") && !checked(window, "B"));
         QCOMPARE(storedSelection(), QStringLiteral("A"));
-
         QVERIFY(!window.close());
         QVERIFY(window.isVisible());
 
         a->acceptsCommit = true;
         window.toolbarItemWithItemIdentifier("B")->trigger();
-        QCOMPARE(window.selectedViewController(), Pane(b));
         QVERIFY(window.close());
-        QVERIFY(!window.isVisible());
-        // Shown again on the same pane.
-        window.showWindow();
+        window.showWindow(); // shown again on the same pane
         QCOMPARE(window.selectedViewController(), Pane(b));
     }
 
@@ -431,15 +316,11 @@ private Q_SLOTS:
     void titleFollowsPane()
     {
         QFETCH(bool, follow);
-        TamPreferencesWindowController window(*m_settings, {fake("A"), fake("B")},
-                                              QStringLiteral("Preferences"));
+        Window window(*m_settings, {fake("A"), fake("B")}, QStringLiteral("Preferences"));
         QVERIFY(window.windowTitleShouldAutomaticlyUpdateToReflectSelectedViewController());
         window.setWindowTitleShouldAutomaticlyUpdateToReflectSelectedViewController(follow);
-        QCOMPARE(window.windowTitle(), QStringLiteral("Preferences"));
         window.setWindowTitle(QStringLiteral("Settings"));
-        QCOMPARE(window.windowTitle(), QStringLiteral("Settings"));
-        QVERIFY(window.QMainWindow::windowTitle().isEmpty());
-
+        QVERIFY(window.QMainWindow::windowTitle().isEmpty()); // nothing shown before loading
         window.showWindow();
         QCOMPARE(window.windowTitle(), follow ? QStringLiteral("A label") : QStringLiteral("Settings"));
         window.toolbarItemWithItemIdentifier("B")->trigger();
@@ -447,125 +328,86 @@ private Q_SLOTS:
         QCOMPARE(window.QMainWindow::windowTitle(), window.windowTitle());
     }
 
-    void generalControlsWriteKeys()
-    {
-        TamGeneralViewController pane(*m_settings);
-        QWidget* view = pane.view();
-        auto* spin = view->findChild<QSpinBox*>("spinMinimumFileSize");
-        auto* unit = view->findChild<QComboBox*>("cmbFileSizeUnit");
-        auto* oldest = view->findChild<QRadioButton*>("rbKeepOldest");
-        auto* newest = view->findChild<QRadioButton*>("rbKeepNewest");
-        auto* noTrash = view->findChild<QCheckBox*>("chkDoNotShowConfirmationDialogOnTrash");
-        auto* noAutoMark = view->findChild<QCheckBox*>("chkDoNotShowAutoMarkDialog");
-        QVERIFY(spin && unit && oldest && newest && noTrash && noAutoMark && pane.btnAutoMarkPhotoLib());
-
-        // The registered defaults are shown and nothing is written by showing them.
-        QCOMPARE(spin->value(), 10);
-        QCOMPARE(unit->currentText(), QStringLiteral("KB"));
-        QVERIFY(oldest->isChecked());
-        QVERIFY(m_store->allKeys().isEmpty());
-
-        spin->setValue(25);
-        unit->setCurrentIndex(1);
-        QCOMPARE(m_settings->minimumFileSizeInBytes(), quint64(25) * 1024 * 1024);
-        newest->click();
-        QCOMPARE(m_settings->autoSelectOption(), TamGeneralViewController::kKeepNewest);
-        oldest->click();
-        QCOMPARE(m_settings->autoSelectOption(), TamGeneralViewController::kKeepOldest);
-        noTrash->click();
-        QVERIFY(m_settings->doNotShowConfirmationDialogOnTrash());
-        noAutoMark->click();
-        QVERIFY(m_settings->doNotShowAutoMarkDialog());
-        pane.btnAutoMarkPhotoLib()->click();
-        QVERIFY(m_settings->autoMarkPhotos());
-        noTrash->click();
-        QVERIFY(!m_settings->doNotShowConfirmationDialogOnTrash());
-
-        // Another reader of the same file sees the changes at once.
-        QSettings reread(m_store->fileName(), QSettings::IniFormat);
-        QCOMPARE(Settings(&reread).minimumFileSize(), qint64(25));
-        QCOMPARE(Settings(&reread).fileSizeUnit(), 1);
-    }
-
-    void generalShowsStoredValues()
-    {
-        m_settings->setValue(Settings::kMinimumFileSize, 3);
-        m_settings->setValue(Settings::kFileSizeUnit, 1);
-        m_settings->setValue(Settings::kAutoSelectOption, 0); // any value but 1 keeps the newest
-        m_settings->setValue(Settings::kDoNotShowAutoMarkDialog, true);
-        TamGeneralViewController pane(*m_settings);
-        QWidget* view = pane.view();
-        QCOMPARE(view->findChild<QSpinBox*>("spinMinimumFileSize")->value(), 3);
-        QCOMPARE(view->findChild<QComboBox*>("cmbFileSizeUnit")->currentIndex(), 1);
-        QVERIFY(view->findChild<QRadioButton*>("rbKeepNewest")->isChecked());
-        QVERIFY(view->findChild<QCheckBox*>("chkDoNotShowAutoMarkDialog")->isChecked());
-        QCOMPARE(m_settings->autoSelectOption(), 0); // showing does not rewrite it
-    }
-
-    void autoMarkTitle_data()
+    // The pane shows what is stored without rewriting it and every control writes its key;
+    // Restore Defaults brings both panes back at once, without processing events.
+    void generalPane_data()
     {
         QTest::addColumn<bool>("photosInstalled");
         QTest::addColumn<QString>("title");
         QTest::newRow("Photos") << true << "Auto mark items of Photos library";
         QTest::newRow("iPhoto") << false << "Auto mark items of iPhoto library";
     }
-    void autoMarkTitle()
+    void generalPane()
     {
         QFETCH(bool, photosInstalled);
         QFETCH(QString, title);
+        m_settings->setValue(Settings::kMinimumFileSize, 3);
+        m_settings->setValue(Settings::kFileSizeUnit, 1);
+        m_settings->setValue(Settings::kAutoSelectOption, 0); // any value but 1 keeps the newest
+        m_settings->setValue(Settings::kDoNotShowAutoMarkDialog, true);
+        m_settings->setExcludedFolders({"/only"});
         const bool saved = AppGlobals::isPhotosAppInstalled;
         AppGlobals::isPhotosAppInstalled = photosInstalled;
         TamGeneralViewController pane(*m_settings);
-        pane.view();
+        QWidget* view = pane.view();
         AppGlobals::isPhotosAppInstalled = saved;
-        QCOMPARE(pane.btnAutoMarkPhotoLib()->text(), title);
-    }
-
-    // Restore Defaults: both panes follow at once, without processing events.
-    void resetUpdatesBothPanes()
-    {
-        m_settings->setExcludedFolders({"/only"});
-        TamGeneralViewController general(*m_settings);
         auto alerts = std::make_shared<ScriptedAlertPresenter>();
         TamExcludeViewController exclusions(*m_settings, alerts, {});
-        QWidget* view = general.view();
         exclusions.view();
-        QCOMPARE(exclusions.tvExcludeFolder()->model()->rowCount(), 1);
+        auto* spin = child<QSpinBox>(view, "spinMinimumFileSize");
+        auto* unit = child<QComboBox>(view, "cmbFileSizeUnit");
+        auto* oldest = child<QRadioButton>(view, "rbKeepOldest");
+        auto* newest = child<QRadioButton>(view, "rbKeepNewest");
+        auto* noTrash = child<QCheckBox>(view, "chkDoNotShowConfirmationDialogOnTrash");
+        auto* noAutoMark = child<QCheckBox>(view, "chkDoNotShowAutoMarkDialog");
+        QVERIFY(spin && unit && oldest && newest && noTrash && noAutoMark);
+        QCOMPARE(pane.btnAutoMarkPhotoLib()->text(), title);
+        QCOMPARE(spin->value(), 3);
+        QCOMPARE(unit->currentText(), QStringLiteral("MB"));
+        QVERIFY(newest->isChecked() && noAutoMark->isChecked());
+        QCOMPARE(m_settings->autoSelectOption(), 0);
 
-        view->findChild<QSpinBox*>("spinMinimumFileSize")->setValue(99);
-        view->findChild<QComboBox*>("cmbFileSizeUnit")->setCurrentIndex(1);
-        view->findChild<QRadioButton*>("rbKeepNewest")->click();
-        general.btnAutoMarkPhotoLib()->click();
+        spin->setValue(25);
+        unit->setCurrentIndex(0);
+        QCOMPARE(m_settings->minimumFileSizeInBytes(), quint64(25) * 1024);
+        oldest->click();
+        QCOMPARE(m_settings->autoSelectOption(), 1);
+        newest->click();
+        QCOMPARE(m_settings->autoSelectOption(), 2);
+        noTrash->click();
+        QVERIFY(m_settings->doNotShowConfirmationDialogOnTrash());
+        noAutoMark->click();
+        QVERIFY(!m_settings->doNotShowAutoMarkDialog());
+        pane.btnAutoMarkPhotoLib()->click();
+        QVERIFY(m_settings->autoMarkPhotos());
+        // Another reader of the same file sees the changes at once.
+        QSettings reread(m_store->fileName(), QSettings::IniFormat);
+        QCOMPARE(Settings(&reread).minimumFileSize(), qint64(25));
 
-        view->findChild<QPushButton*>("btnResetDefaults")->click();
-        QCOMPARE(view->findChild<QSpinBox*>("spinMinimumFileSize")->value(), 10);
-        QCOMPARE(view->findChild<QComboBox*>("cmbFileSizeUnit")->currentIndex(), 0);
-        QVERIFY(view->findChild<QRadioButton*>("rbKeepOldest")->isChecked());
-        QVERIFY(!general.btnAutoMarkPhotoLib()->isChecked());
-        QCOMPARE(m_settings->minimumFileSizeInBytes(), quint64(10 * 1024));
-        const QStringList defaults = Settings::getExcludedFolders();
+        child<QPushButton>(view, "btnResetDefaults")->click();
+        QCOMPARE(spin->value(), 10);
+        QCOMPARE(unit->currentText(), QStringLiteral("KB"));
+        QVERIFY(oldest->isChecked());
+        QVERIFY(!pane.btnAutoMarkPhotoLib()->isChecked());
         QAbstractItemModel* model = exclusions.tvExcludeFolder()->model();
-        QCOMPARE(model->rowCount(), int(defaults.size()));
-        QCOMPARE(model->index(0, 0).data().toString(), defaults.first());
+        QCOMPARE(model->rowCount(), int(Settings::getExcludedFolders().size()));
+        QCOMPARE(model->index(0, 0).data().toString(), Settings::getExcludedFolders().first());
         QVERIFY(alerts->alerts().isEmpty());
     }
 
+    // The button removes the cache database and nothing else; with nothing left, it only logs.
     void clearCacheButton()
     {
-        const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
-        QVERIFY(db.startsWith(TestSupport::testHome()));
-        QVERIFY(QDir().mkpath(QFileInfo(QFile::decodeName(db)).path()));
-        const QString other = QFileInfo(QFile::decodeName(db)).path() + QStringLiteral("/other-file");
-        for (const QString& name : {QFile::decodeName(db), other}) {
-            QFile f(name);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-        }
+        const QString db = QFile::decodeName(SqliteDBOperations::getDbPathInLibrary());
+        QVERIFY(db.startsWith(QFile::decodeName(TestSupport::testHome())));
+        const QString other = QFileInfo(db).path() + QStringLiteral("/other-file");
+        QVERIFY(QDir().mkpath(QFileInfo(db).path()));
+        QVERIFY(QFile(db).open(QIODevice::WriteOnly) && QFile(other).open(QIODevice::WriteOnly));
         TamGeneralViewController pane(*m_settings);
-        auto* button = pane.view()->findChild<QPushButton*>("btnClearCache");
+        auto* button = child<QPushButton>(pane.view(), "btnClearCache");
         button->click();
-        QVERIFY(!QFile::exists(QFile::decodeName(db)));
+        QVERIFY(!QFile::exists(db));
         QVERIFY(QFile::exists(other));
-        // Again, with nothing left to remove: only a log line.
         QTest::ignoreMessage(QtInfoMsg,
                              QRegularExpression(QStringLiteral("^Cannot remove the cache database")));
         button->click();
@@ -579,10 +421,9 @@ private Q_SLOTS:
         chooser->answers = {{"/kept", "/new/one", "/new/two"}, {}};
         TamExcludeViewController pane(
             *m_settings, alerts, [] { return QList<QByteArray>{"/scanned"}; }, chooser);
-        QWidget* view = pane.view();
+        auto* add = child<QAbstractButton>(pane.view(), "btnAddExclusion");
+        auto* remove = child<QAbstractButton>(pane.view(), "btnRemoveExclusion");
         QTableView* table = pane.tvExcludeFolder();
-        auto* add = view->findChild<QAbstractButton*>("btnAddExclusion");
-        auto* remove = view->findChild<QAbstractButton*>("btnRemoveExclusion");
         QVERIFY(add && remove);
         QVERIFY(!remove->isEnabled());
 
@@ -593,16 +434,12 @@ private Q_SLOTS:
         QCOMPARE(alerts->alerts().size(), 1);
         QCOMPARE(alerts->alerts().first().messageText, ExclusionList::kAlreadyListedTitle);
 
-        // Cancelled: nothing changes, nothing is written.
+        // Cancelled, or nothing selected to remove: nothing changes, nothing is written.
         m_store->remove(Settings::kExcludedFolders);
         add->click();
-        QVERIFY(!m_settings->contains(Settings::kExcludedFolders));
-        QCOMPARE(table->model()->rowCount(), 3);
-
-        // Nothing selected: remove does nothing.
         pane.deleteFolderPath();
-        QCOMPARE(table->model()->rowCount(), 3);
         QVERIFY(!m_settings->contains(Settings::kExcludedFolders));
+        QCOMPARE(table->model()->rowCount(), 3);
 
         table->selectRow(1);
         QVERIFY(remove->isEnabled());
@@ -611,7 +448,6 @@ private Q_SLOTS:
         QCOMPARE(pane.selectedRow(), 1); // the next entry is ready for another removal
         pane.deleteFolderFromExclusion();
         QCOMPARE(m_settings->excludedFolders(), QStringList{"/kept"});
-        QCOMPARE(alerts->alerts().size(), 1);
     }
 
     // The real dialog: folders only, several at once, the prompt on its accept button; a
@@ -625,18 +461,15 @@ private Q_SLOTS:
         chooser.chooseFolders(&parent, QStringLiteral("Add To Exclusions"),
                               [&](const QStringList& chosen) { answer = chosen; });
         auto* dialog = parent.findChild<QFileDialog*>();
-        QVERIFY(dialog);
-        QVERIFY(dialog->isVisible());
+        QVERIFY(dialog && dialog->isVisible());
         QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
         QVERIFY(dialog->testOption(QFileDialog::ShowDirsOnly));
         QCOMPARE(dialog->labelText(QFileDialog::Accept), QStringLiteral("Add To Exclusions"));
-        auto* list = dialog->findChild<QAbstractItemView*>(QStringLiteral("listView"));
-        QVERIFY(list);
-        QCOMPARE(list->selectionMode(), QAbstractItemView::ExtendedSelection);
+        QCOMPARE(dialog->findChild<QAbstractItemView*>(QStringLiteral("listView"))->selectionMode(),
+                 QAbstractItemView::ExtendedSelection);
         QVERIFY(!answer);
         dialog->reject();
-        QVERIFY(answer);
-        QVERIFY(answer->isEmpty());
+        QCOMPARE(answer, std::optional<QStringList>(QStringList{}));
     }
 
     void screenshots()
@@ -644,7 +477,7 @@ private Q_SLOTS:
         m_settings->setExcludedFolders(Settings::getExcludedFolders() +
                                        QStringList{"/home/someone/Projects/build"});
         auto alerts = std::make_shared<ScriptedAlertPresenter>();
-        std::unique_ptr<TamPreferencesWindowController> window(createPreferencesWindow(
+        std::unique_ptr<Window> window(createPreferencesWindow(
             *m_settings, [] { return QList<QByteArray>{}; }, alerts));
         window->showWindow();
         QCOMPARE(window->windowTitle(), QStringLiteral("General"));
@@ -654,14 +487,10 @@ private Q_SLOTS:
 
         window->toolbarItemWithItemIdentifier("TamExcludeViewController")->trigger();
         QCOMPARE(window->windowTitle(), QStringLiteral("Exclusions"));
-        QTRY_VERIFY(window->findChild<QTableView*>("tvExcludeFolder"));
-        auto* table = window->findChild<QTableView*>("tvExcludeFolder");
-        QVERIFY(table->isVisible());
         QTRY_VERIFY(window->findChild<QPropertyAnimation*>()->state() == QAbstractAnimation::Stopped);
-        QCOMPARE(table->model()->rowCount(), int(Settings::getExcludedFolders().size()) + 1);
-        table->selectRow(1);
+        QTRY_VERIFY(window->findChild<QTableView*>("tvExcludeFolder"));
+        window->findChild<QTableView*>("tvExcludeFolder")->selectRow(1);
         saveScreen(window.get(), QStringLiteral("preferences-exclusions"));
-        QCOMPARE(storedSelection(), QStringLiteral("TamExcludeViewController"));
     }
 };
 
