@@ -143,6 +143,19 @@ Reference referenceGroups(const QByteArray& root)
     return ref;
 }
 
+// Every group, one-member groups too, as its paths in member order, in arrMainGroup order.
+Groups allGroups(const ScanResult& result)
+{
+    Groups out;
+    for (const DuplicateGroup* g : result.arrMainGroup) {
+        QList<QByteArray> paths;
+        for (const FileInfoNode* n : g->children)
+            paths << n->filePath;
+        out << paths;
+    }
+    return out;
+}
+
 int countCacheRows(const QByteArray& dbPath, const QByteArray& filePath)
 {
     sqlite3* db = nullptr;
@@ -583,6 +596,111 @@ private Q_SLOTS:
         auto uncached = scan({p("d")}, noCache());
         QVERIFY(uncached);
         QVERIFY(!QFile::exists(QFile::decodeName(db)));
+    }
+
+    // A re-scan takes every digest from the cache. The lookup's keys are the records' own
+    // path bytes and the records hold the cached digests' bytes, not copies of either; the
+    // outcome is the first scan's.
+    void rescanSharesCachedBytes()
+    {
+        // Pairs and more, same-size strangers, a size of its own, names with a quote; more
+        // groups than the digest table starts with.
+        for (int i = 0; i < 120; ++i) {
+            const QByteArray contents = "contents " + QByteArray::number(i) + QByteArray(i % 7, 'x');
+            file("t/d" + QByteArray::number(i % 5) + "/p" + QByteArray::number(i), contents);
+            if (i % 3 == 0)
+                file("t/e/q" + QByteArray::number(i), contents);
+            if (i % 10 == 0)
+                file("t/e/it's " + QByteArray::number(i), contents);
+        }
+        const QByteArray lonely = file("t/lonely", QByteArray(5000, 'l'));
+        ScanOptions withCache;
+        auto first = scan({p("t")}, withCache);
+        QVERIFY(first);
+        QVERIFY(AppGlobals::dictDataBaseFilesMd5.isEmpty()); // no cache file before the first
+        auto second = scan({p("t")}, withCache);
+        QVERIFY(second);
+
+        QCOMPARE(allGroups(*second), allGroups(*first));
+        QCOMPARE(duplicateGroups(*second).size(), qsizetype(48));
+        QCOMPARE(second->countScanned, first->countScanned);
+        QCOMPARE(second->countDup, first->countDup);
+        QCOMPARE(second->sizeDup, first->sizeDup);
+
+        const auto& dict = AppGlobals::dictDataBaseFilesMd5;
+        qsizetype found = 0;
+        for (const FileInfoNode* node : second->arrFileNodes) {
+            const FileInfoNode* before = nodeFor(*first, node->filePath);
+            QVERIFY(before);
+            QCOMPARE(node->md5, before->md5);
+            const auto it = dict.constFind(node->filePath);
+            if (node->filePath == lonely) {
+                QVERIFY(it == dict.constEnd()); // never a candidate, never stored
+                continue;
+            }
+            QVERIFY2(it != dict.constEnd(), node->filePath.constData());
+            ++found;
+            QVERIFY(it.key().constData() == node->filePath.constData());
+            QVERIFY(node->md5.constData() == it->fileMd5.constData());
+            QCOMPARE(it->fileMd5, before->md5);
+            QCOMPARE(it->modDate, SqliteDBOperations::storedSeconds(node->modDate));
+            QCOMPARE(it->fileSize, qint64(node->fileSize));
+        }
+        QCOMPARE(found, dict.size());
+        QCOMPARE(found, qsizetype(second->arrFileNodes.size()) - 1);
+    }
+
+    // The lookup given the list the scratch table was written from shares its paths; given
+    // any other list it finds the same rows and copies the paths.
+    void lookupSharesOnlyTheWrittenRecordsPaths()
+    {
+        const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
+        QVERIFY(SqliteDBOperations::copyDataBaseIfRequieredAtDestination(
+            SqliteDBOperations::getCachePath(), SqliteDBOperations::shippedDatabaseResource()));
+        std::vector<FileInfoNode> records(6);
+        std::vector<FileInfoNode*> written;
+        for (size_t i = 0; i < records.size(); ++i) {
+            records[i].filePath = p("r/it's " + QByteArray::number(qulonglong(i)));
+            records[i].modDate = 1700000000.25 + double(i);
+            records[i].createDate = 1600000000.5;
+            records[i].fileSize = 100 + i;
+            records[i].md5 = QCryptographicHash::hash(records[i].filePath, QCryptographicHash::Md5).toHex();
+            written.push_back(&records[i]);
+        }
+        AppGlobals::dictDataBaseFilesMd5.clear();
+        SqliteDBOperations::insertDataInTable(QStringLiteral("hashTable"), db, written);
+
+        const auto lookUp = [&](const std::vector<FileInfoNode*>& scanned) {
+            AppGlobals::dictDataBaseFilesMd5.clear();
+            SqliteDBOperations::insertDataInTempTable(QStringLiteral("tempTable"), db, written);
+            SqliteDBOperations::fetchHashInfoFromDbPath(db, scanned);
+        };
+        const auto check = [&](bool shared) {
+            const auto& dict = AppGlobals::dictDataBaseFilesMd5;
+            QCOMPARE(dict.size(), qsizetype(records.size()));
+            for (const FileInfoNode& record : records) {
+                const auto it = dict.constFind(record.filePath);
+                QVERIFY(it != dict.constEnd());
+                QCOMPARE(it.key().constData() == record.filePath.constData(), shared);
+                QCOMPARE(it->fileMd5, record.md5);
+                QCOMPARE(it->fileSize, qint64(record.fileSize));
+                QCOMPARE(it->modDate, record.modDate);
+                QCOMPARE(it->creationDate, record.createDate);
+            }
+        };
+        lookUp(written);
+        check(true);
+        std::vector<FileInfoNode*> reversed(written.rbegin(), written.rend());
+        lookUp(reversed);
+        check(false);
+        lookUp({}); // the lookup without a list
+        check(false);
+        std::vector<FileInfoNode*> shorter(written.begin(), written.begin() + 2);
+        lookUp(shorter);
+        for (size_t i = 0; i < records.size(); ++i)
+            QCOMPARE(AppGlobals::dictDataBaseFilesMd5.constFind(records[i].filePath).key().constData() ==
+                         records[i].filePath.constData(),
+                     i < 2);
     }
 
     void abortDuringHashing()

@@ -36,7 +36,15 @@ constexpr char kJoinSql[] =
     "select t1.filePath, t1.fileModDate, t2.fileID, t2.fileHash, t2.fileCreationDate, "
     "t2.fileModDate, t2.filePath, t2.fileSize from temptable t1, hashtable t2 "
     "where t1.filePath = t2.filePath and t1.fileModDate = t2.fileModDate";
+// The same join, with the row number of the scanned path: insertDataInTempTable gives record i
+// of its list the row number i + 1, so the lookup can find the record without searching.
+constexpr char kJoinWithRowSql[] =
+    "select t1.filePath, t1.fileModDate, t2.fileID, t2.fileHash, t2.fileCreationDate, "
+    "t2.fileModDate, t2.filePath, t2.fileSize, t1.rowid from temptable t1, hashtable t2 "
+    "where t1.filePath = t2.filePath and t1.fileModDate = t2.fileModDate";
+constexpr int kRowColumn = 8;
 constexpr char kInsertTempSql[] = "INSERT INTO tempTable (filePath,fileModDate) VALUES (?,?)";
+constexpr char kInsertTempWithRowSql[] = "INSERT INTO tempTable (rowid,filePath,fileModDate) VALUES (?,?,?)";
 constexpr char kInsertHashSql[] =
     "INSERT INTO hashtable (fileID,fileHash,fileCreationDate,fileModDate,filePath,"
     "fileSize) VALUES (?, ?,?,?,?,?)";
@@ -104,6 +112,16 @@ bool isDigestText(const QByteArray& text)
             return false;
     }
     return true;
+}
+
+// Whether a column holds exactly these bytes.
+bool columnEquals(sqlite3_stmt* statement, int column, const QByteArray& bytes)
+{
+    const void* data = sqlite3_column_blob(statement, column);
+    const int size = sqlite3_column_bytes(statement, column);
+    if (size != bytes.size() || size <= 0 || !data)
+        return false;
+    return std::memcmp(data, bytes.constData(), size_t(size)) == 0;
 }
 
 QByteArray columnBytes(sqlite3_stmt* statement, int column)
@@ -204,7 +222,7 @@ class Statement
 public:
     Statement(const Connection& connection, const char* sql)
     {
-        if (connection)
+        if (connection && sql)
             sqlite3_prepare_v2(connection.handle(), sql, -1, &m_statement, nullptr);
     }
     ~Statement() { sqlite3_finalize(m_statement); }
@@ -441,16 +459,24 @@ void SqliteDBOperations::insertDataInTempTable(const QString& table, const QByte
             // The table is emptied in the same transaction, so that after the commit it holds
             // exactly these records whatever happened to an earlier delete.
             bool ok = db.exec("DELETE FROM tempTable");
-            Statement insert(db, kInsertTempSql);
+            // Row i + 1 for record i, so the lookup maps a row back to its record; a table
+            // without row numbers takes the rows without them.
+            Statement withRow(db, kInsertTempWithRowSql);
+            Statement withoutRow(db, withRow ? nullptr : kInsertTempSql);
+            const Statement& insert = withRow ? withRow : withoutRow;
+            const int firstValue = withRow ? 2 : 1;
             ok = ok && insert;
-            for (const FileInfoNode* node : values) {
+            for (size_t i = 0; i < values.size(); ++i) {
                 if (!ok)
                     break;
+                const FileInfoNode* node = values[i];
                 // A date that "%f" cannot print as a number never made a valid statement.
                 if (!node || !std::isfinite(node->modDate))
                     continue;
-                bindPath(insert.get(), 1, node->filePath);
-                sqlite3_bind_double(insert.get(), 2, storedSeconds(node->modDate));
+                if (withRow)
+                    sqlite3_bind_int64(insert.get(), 1, sqlite3_int64(i) + 1);
+                bindPath(insert.get(), firstValue, node->filePath);
+                sqlite3_bind_double(insert.get(), firstValue + 1, storedSeconds(node->modDate));
                 const int rc = insert.step();
                 insert.reset();
                 // A path given twice fails its UNIQUE constraint and is skipped; any other
@@ -475,6 +501,12 @@ void SqliteDBOperations::insertDataInTempTable(const QString& table, const QByte
 
 void SqliteDBOperations::fetchHashInfoFromDbPath(const QByteArray& dbPath)
 {
+    fetchHashInfoFromDbPath(dbPath, {});
+}
+
+void SqliteDBOperations::fetchHashInfoFromDbPath(const QByteArray& dbPath,
+                                                 const std::vector<FileInfoNode*>& scanned)
+{
     try {
         if (!isFreshTempTable(dbPath)) {
             quillonLog(QStringLiteral("Hash cache: lookup skipped, the scanned paths were not written to %1")
@@ -486,24 +518,44 @@ void SqliteDBOperations::fetchHashInfoFromDbPath(const QByteArray& dbPath)
             db.logFailure(QStringLiteral("cannot open"));
             return;
         }
-        Statement select(db, kJoinSql);
+        Statement withRow(db, scanned.empty() ? nullptr : kJoinWithRowSql);
+        Statement withoutRow(db, withRow ? nullptr : kJoinSql);
+        const Statement& select = withRow ? withRow : withoutRow;
         if (!select) {
             db.logFailure(QStringLiteral("cannot read"));
             return;
         }
+        auto& dict = AppGlobals::dictDataBaseFilesMd5;
+        // At most one row per scanned path: no rehashing while the rows come in.
+        if (!scanned.empty())
+            dict.reserve(dict.size() + qsizetype(scanned.size()));
         const double now = double(QDateTime::currentMSecsSinceEpoch()) / 1000.0;
         int rc;
         while ((rc = select.step()) == SQLITE_ROW) {
             sqlite3_stmt* row = select.get();
-            QByteArray key = columnBytes(row, 0);
             CachedDigest entry;
             entry.fileMd5 = columnBytes(row, 3);
-            if (key.isEmpty() || !isDigestText(entry.fileMd5))
+            if (!isDigestText(entry.fileMd5))
+                continue;
+            // The key shares the scanned record's own path bytes when the row number leads
+            // to a record with exactly that path; otherwise it is a copy of the row's text.
+            QByteArray key;
+            if (withRow) {
+                const sqlite3_int64 rowNumber = sqlite3_column_int64(row, kRowColumn);
+                if (rowNumber >= 1 && quint64(rowNumber) <= scanned.size()) {
+                    const FileInfoNode* node = scanned[size_t(rowNumber - 1)];
+                    if (node && columnEquals(row, 0, node->filePath))
+                        key = node->filePath;
+                }
+            }
+            if (key.isEmpty())
+                key = columnBytes(row, 0);
+            if (key.isEmpty())
                 continue;
             entry.creationDate = dateFromStored(sqlite3_column_double(row, 4), now);
             entry.modDate = dateFromStored(sqlite3_column_double(row, 1), now);
             entry.fileSize = sizeFromStored(sqlite3_column_double(row, 7));
-            AppGlobals::dictDataBaseFilesMd5.insert(std::move(key), std::move(entry));
+            dict.insert(std::move(key), std::move(entry));
         }
         db.noteResult(rc);
         // Rows already read are right; a failure part way only means fewer files are found.

@@ -317,7 +317,7 @@ void ScanWorker::readFromHashFile()
     const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
     if (!PathUtils::exists(db))
         return;
-    SqliteDBOperations::fetchHashInfoFromDbPath(db);
+    SqliteDBOperations::fetchHashInfoFromDbPath(db, m_result.arrFileNodes);
 }
 
 void ScanWorker::writeHashToFile(const std::vector<FileInfoNode*>& batch)
