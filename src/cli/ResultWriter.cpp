@@ -14,6 +14,39 @@ quint64 reclaimable(const DuplicateGroup& group)
     return group.groupSize - group.children.front()->fileSize;
 }
 
+// Collects output and hands it to the sink in pieces of about kPiece bytes, so that a large
+// result is never held whole in memory.
+class PieceBuffer
+{
+public:
+    explicit PieceBuffer(const ResultWriter::Sink& sink) : m_sink(sink) { m_buffer.reserve(kPiece + 4096); }
+
+    template <typename T> PieceBuffer& operator+=(const T& text)
+    {
+        m_buffer += text;
+        return *this;
+    }
+
+    void flushIfFull()
+    {
+        if (m_buffer.size() >= kPiece)
+            flush();
+    }
+
+    void flush()
+    {
+        if (m_buffer.isEmpty())
+            return;
+        m_sink(m_buffer);
+        m_buffer.resize(0);
+    }
+
+private:
+    static constexpr qsizetype kPiece = 64 * 1024;
+    const ResultWriter::Sink& m_sink;
+    QByteArray m_buffer;
+};
+
 } // namespace
 
 std::vector<const DuplicateGroup*> ResultWriter::sortedGroups(const ScanResult& result)
@@ -34,6 +67,13 @@ std::vector<const DuplicateGroup*> ResultWriter::sortedGroups(const ScanResult& 
 QByteArray ResultWriter::text(const ScanResult& result)
 {
     QByteArray out;
+    writeText(result, [&out](const QByteArray& piece) { out += piece; });
+    return out;
+}
+
+void ResultWriter::writeText(const ScanResult& result, const Sink& sink)
+{
+    PieceBuffer out(sink);
     bool first = true;
     for (const DuplicateGroup* group : sortedGroups(result)) {
         if (!first)
@@ -43,8 +83,9 @@ QByteArray ResultWriter::text(const ScanResult& result)
             out += node->filePath;
             out += '\n';
         }
+        out.flushIfFull();
     }
-    return out;
+    out.flush();
 }
 
 bool ResultWriter::isValidUtf8(const QByteArray& bytes)
@@ -138,6 +179,13 @@ QByteArray ResultWriter::jsonPath(const QByteArray& path)
 QByteArray ResultWriter::json(const ScanResult& result)
 {
     QByteArray out;
+    writeJson(result, [&out](const QByteArray& piece) { out += piece; });
+    return out;
+}
+
+void ResultWriter::writeJson(const ScanResult& result, const Sink& sink)
+{
+    PieceBuffer out(sink);
     out += "{\n  \"scanned\": " + QByteArray::number(result.countScanned);
     out += ",\n  \"scannedBytes\": " + QByteArray::number(result.totSizeScanned);
     out += ",\n  \"duplicates\": " + QByteArray::number(result.countDup);
@@ -157,9 +205,10 @@ QByteArray ResultWriter::json(const ScanResult& result)
             out += jsonPath(node->filePath);
         }
         out += "]}";
+        out.flushIfFull();
     }
     out += firstGroup ? "]\n}\n" : "\n  ]\n}\n";
-    return out;
+    out.flush();
 }
 
 QByteArray ResultWriter::summary(const ScanResult& result)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <functional>
 #include <vector>
 
 struct DuplicateGroup;
@@ -16,6 +17,10 @@ public:
 
     static QByteArray text(const ScanResult& result);
     static QByteArray json(const ScanResult& result);
+    // The same texts, handed to the sink piece by piece (the concatenation of the pieces).
+    using Sink = std::function<void(const QByteArray&)>;
+    static void writeText(const ScanResult& result, const Sink& sink);
+    static void writeJson(const ScanResult& result, const Sink& sink);
     // The summary lines for standard error, sizes in the application's size texts.
     static QByteArray summary(const ScanResult& result);
 

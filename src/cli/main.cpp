@@ -85,7 +85,6 @@ int main(int argc, char** argv)
     QCoreApplication::setOrganizationName(QStringLiteral("Quillon"));
     QCoreApplication::setApplicationName(QStringLiteral("Quillon"));
 
-
     QString usageError;
     const std::optional<CommandLine> cl = CommandLine::parse(argc, argv, usageError);
     if (!cl) {
@@ -160,7 +159,15 @@ int main(int argc, char** argv)
         writeAll(stderr, "\r\033[K");
 
     const ScanResult* result = engine.result();
-    writeAll(stdout, cl->json ? ResultWriter::json(*result) : ResultWriter::text(*result));
+    // Streamed: a large result is written as it is formatted, never held whole.
+    const ResultWriter::Sink toStdout = [](const QByteArray& piece) {
+        std::fwrite(piece.constData(), 1, size_t(piece.size()), stdout);
+    };
+    if (cl->json)
+        ResultWriter::writeJson(*result, toStdout);
+    else
+        ResultWriter::writeText(*result, toStdout);
+    std::fflush(stdout);
     writeAll(stderr, ResultWriter::summary(*result));
     if (aborted || g_interrupted.load()) {
         error(QStringLiteral("interrupted"));

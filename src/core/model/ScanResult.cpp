@@ -9,7 +9,11 @@ ScanResult::~ScanResult() = default;
 
 FileInfoNode* ScanResult::addNode(FileInfoNode&& node)
 {
-    FileInfoNode* stored = &nodes.emplace_back(std::move(node));
+    if (nodeCount == nodeBlocks.size() * kNodesPerBlock)
+        nodeBlocks.push_back(std::make_unique<FileInfoNode[]>(kNodesPerBlock));
+    FileInfoNode* stored = &nodeBlocks.back()[nodeCount % kNodesPerBlock];
+    *stored = std::move(node);
+    ++nodeCount;
     arrFileNodes.push_back(stored);
     return stored;
 }

@@ -15,10 +15,14 @@ class DataFiller;
 // every other holder (groups, review) keeps plain pointers into it.
 struct ScanResult
 {
-    std::deque<FileInfoNode> nodes;              // owning store; addresses stay put
-    std::vector<FileInfoNode*> arrFileNodes;     // every record, in discovery order
-    std::deque<DuplicateGroup> groups;           // owning store
-    std::vector<DuplicateGroup*> arrMainGroup;   // every group, in order of creation
+    // Owning store of the records: blocks of kNodesPerBlock, so addresses stay put and a
+    // record costs its own size (a deque holds two per block, each block with its overhead).
+    static constexpr size_t kNodesPerBlock = 256;
+    std::vector<std::unique_ptr<FileInfoNode[]>> nodeBlocks;
+    size_t nodeCount = 0;
+    std::vector<FileInfoNode*> arrFileNodes;                            // every record, in discovery order
+    std::deque<DuplicateGroup> groups;                                  // owning store
+    std::vector<DuplicateGroup*> arrMainGroup;                          // every group, in order of creation
     std::map<QByteArray, std::unique_ptr<DataFiller>> dictiPhotoFiller; // library path -> loader
 
     quint32 countScanned = 0;

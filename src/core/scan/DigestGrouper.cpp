@@ -158,6 +158,57 @@ bool appendPackageDigests(int dirfd, const char* name, const QByteArray& path, Q
     return ok;
 }
 
+// The groups by digest, for the grouping loop: an open-addressing table of the groups
+// themselves, a group's digest being its first member's md5 (set before the group is entered
+// and not changed while the table lives). No copy of the digest, no node per entry.
+class GroupsByDigest
+{
+public:
+    DuplicateGroup* find(const QByteArray& md5, size_t hash) const
+    {
+        if (m_slots.empty())
+            return nullptr;
+        const size_t mask = m_slots.size() - 1;
+        for (size_t i = hash & mask;; i = (i + 1) & mask) {
+            DuplicateGroup* group = m_slots[i];
+            if (!group || group->children.front()->md5 == md5)
+                return group;
+        }
+    }
+
+    // Enters a group whose digest is not in the table yet.
+    void insert(DuplicateGroup* group, size_t hash)
+    {
+        // At most three quarters full: linear probing stays short with a digest's hash.
+        if ((m_count + 1) * 4 > m_slots.size() * 3)
+            grow();
+        place(group, hash);
+        ++m_count;
+    }
+
+private:
+    void place(DuplicateGroup* group, size_t hash)
+    {
+        const size_t mask = m_slots.size() - 1;
+        size_t i = hash & mask;
+        while (m_slots[i])
+            i = (i + 1) & mask;
+        m_slots[i] = group;
+    }
+
+    void grow()
+    {
+        std::vector<DuplicateGroup*> old(std::max<size_t>(64, m_slots.size() * 2), nullptr);
+        old.swap(m_slots);
+        for (DuplicateGroup* group : old)
+            if (group)
+                place(group, qHash(group->children.front()->md5));
+    }
+
+    std::vector<DuplicateGroup*> m_slots; // a power of two in size
+    size_t m_count = 0;
+};
+
 } // namespace
 
 struct DigestGrouper::Work
@@ -389,7 +440,6 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     counts = {};
 
     const size_t m = work.cand.size();
-    work.edgeKey.assign(m, 0);
     work.status = std::make_unique<std::atomic<quint8>[]>(m);
     bool anyPackage = false;
     for (size_t i = 0; i < m; ++i) {
@@ -424,6 +474,9 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         if (pending > 0)
             ++work.bucketsUndecided;
     }
+    // Only records whose first blocks are read get an edge key (none when all are cached).
+    if (!work.firstBlocks.empty())
+        work.edgeKey.assign(m, 0);
 
     // The hashing threads read first blocks in grouping order, decide each size bucket as
     // soon as its last first block is in, and take the full digests that this asks for
@@ -434,7 +487,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t)
             hashers.emplace_back([this, &work] { hashWorker(work); });
 
-    QHash<QByteArray, DuplicateGroup*> dictMapMD5ToGroup;
+    GroupsByDigest dictMapMD5ToGroup;
     std::vector<FileInfoNode*> batch;
     batch.reserve(kBatchSize);
     std::vector<bool> grouped(m, false);
@@ -461,13 +514,17 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             node->parent = group;
             batch.push_back(node);
         } else {
-            if (status == Cached && !node->isMd5Calucaluted)
-                node->md5 = AppGlobals::dictDataBaseFilesMd5.value(node->filePath).fileMd5;
+            if (status == Cached && !node->isMd5Calucaluted) {
+                // The record shares the cached digest's bytes.
+                const auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
+                if (it != AppGlobals::dictDataBaseFilesMd5.constEnd())
+                    node->md5 = it->fileMd5;
+            }
             node->isMd5Calucaluted = true;
             if (!node->md5.isEmpty()) {
-                auto it = dictMapMD5ToGroup.constFind(node->md5);
-                if (it != dictMapMD5ToGroup.constEnd()) {
-                    DuplicateGroup* group = it.value();
+                const size_t hash = qHash(node->md5);
+                DuplicateGroup* group = dictMapMD5ToGroup.find(node->md5, hash);
+                if (group) {
                     node->parent = group;
                     m_state.countDup.fetch_add(1, std::memory_order_relaxed);
                     m_state.sizeDup.fetch_add(node->fileSize, std::memory_order_relaxed);
@@ -475,12 +532,12 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                     group->filteredChildren.push_back(node);
                     group->children.push_back(node);
                 } else {
-                    DuplicateGroup* group = m_result.addGroup();
+                    group = m_result.addGroup();
                     node->parent = group;
                     group->groupSize = node->fileSize;
                     group->children.push_back(node);
                     group->filteredChildren.push_back(node);
-                    dictMapMD5ToGroup.insert(node->md5, group);
+                    dictMapMD5ToGroup.insert(group, hash);
                 }
             }
             batch.push_back(node);
