@@ -110,9 +110,13 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("expectedRows");
         QTest::addColumn<QString>("message"); // empty: no prompt
         QTest::addColumn<QString>("info");
-        const QString present = ScanList::kAlreadyPresentInfo;
-        const QString excluded = ScanList::kExcludedInfo;
-        const QString none = ScanList::kNoneAddedMessage, some = ScanList::kSomeNotAddedMessage;
+        // The texts the user reads, spelled out.
+        const QString present = QStringLiteral("Item(s) already present in scan list");
+        const QString excluded =
+            QStringLiteral("Item(s) already excluded from scanning.\n\nHint: Go to Preferences > "
+                           "Exclusions to remove item(s) from Exclusion list");
+        const QString none = QStringLiteral("Item(s) cannot be added!");
+        const QString some = QStringLiteral("One or more items cannot be added!");
         QTest::newRow("all new") << QStringList{"a", "b"} << QStringList{"old", "a", "b"} << QString()
                                  << QString();
         QTest::newRow("already present") << QStringList{"old"} << QStringList{"old"} << none << present;
@@ -149,9 +153,8 @@ private Q_SLOTS:
         QCOMPARE(alerts[0].messageText, message);
         QCOMPARE(alerts[0].informativeText, info);
         // Only the exclusion prompt has a second button, and it leads to the preferences.
-        const bool excluded = info == ScanList::kExcludedInfo;
-        QCOMPARE(alerts[0].buttons,
-                 (excluded ? QStringList{"OK", ScanList::kGoToPreferences} : QStringList{"OK"}));
+        const bool excluded = info.startsWith(QStringLiteral("Item(s) already excluded"));
+        QCOMPARE(alerts[0].buttons, (excluded ? QStringList{"OK", "Go To Preferences"} : QStringList{"OK"}));
         QCOMPARE(preferences.count(), excluded ? 1 : 0);
     }
 
@@ -200,7 +203,7 @@ private Q_SLOTS:
         // From the dialog, the Trash is tested on the first chosen item only.
         list.selectPathToScan({inTrash, makeDir("a")});
         QCOMPARE(list.count(), 0);
-        QCOMPARE(messagesShown(), QStringList{ScanList::kTrashMessage});
+        QCOMPARE(messagesShown(), QStringList{"Photos cannot be added form Trash."});
         list.selectPathToScan({makeDir("a"), inTrash});
         QCOMPARE(rowPaths(list), (QList<QByteArray>{p("a"), inTrash}));
         // A drop is never tested against the Trash.
