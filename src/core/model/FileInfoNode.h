@@ -27,14 +27,14 @@ enum FileCategory : qint32 {
 // result; groups and the review hold plain pointers to it.
 struct FileInfoNode
 {
-    QString fileType;            // the file-type attribute text; iPhoto items only
-    QByteArray filePath;         // exact path bytes
-    double modDate = 0;          // seconds since 1970 (sub-second part kept); 0 = none
-    double createDate = 0;       // likewise
-    quint64 fileSize = 0;        // bytes; for a package the recursive size
-    QByteArray md5;              // 32 lower-case hex digits; a package's is the concatenation
+    QString fileType;      // the file-type attribute text; iPhoto items only
+    QByteArray filePath;   // exact path bytes
+    double modDate = 0;    // seconds since 1970 (sub-second part kept); 0 = none
+    double createDate = 0; // likewise
+    quint64 fileSize = 0;  // bytes; for a package the recursive size
+    QByteArray md5;        // 32 lower-case hex digits; a package's is the concatenation
     bool isMd5Calucaluted = false;
-    int state = 0;               // review mark state
+    int state = 0; // review mark state
     DuplicateGroup* parent = nullptr;
     bool isiPhotoNode = false;
     bool isPhotosNode = false;
@@ -42,7 +42,7 @@ struct FileInfoNode
     DataFiller* obj_iPhoto = nullptr; // the loader that produced the item (owned by the scan result)
     std::unique_ptr<PhotosNode> photosInfo;
     bool isMoveToTrash = false;
-    QByteArray libraryPath;      // Photos items: the library package
+    QByteArray libraryPath; // Photos items: the library package
     qint32 fileCategory = CategoryOthers;
     bool isDirectory = false;
     std::vector<QByteArray> arrForSubPathMd5; // created empty; nothing fills it

@@ -44,18 +44,15 @@ template <class T> struct IsOptional<std::optional<T>> : std::true_type
 {};
 
 // The collection behind a pointer or an optional; the type itself otherwise.
-template <class T>
-struct Pointee
+template <class T> struct Pointee
 {
     using type = T;
 };
-template <class T>
-struct Pointee<T*>
+template <class T> struct Pointee<T*>
 {
     using type = std::remove_cv_t<T>;
 };
-template <class T>
-struct Pointee<std::optional<T>>
+template <class T> struct Pointee<std::optional<T>>
 {
     using type = T;
 };
