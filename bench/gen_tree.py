@@ -83,16 +83,16 @@ def plan(profile, count, rng):
     return files
 
 
-def content(pool, size, spec, seed):
-    kind = spec[0]
-    key = spec[1]
+def content(pool, size, recipe, seed):
+    kind = recipe[0]
+    key = recipe[1]
     r = random.Random(hash((seed, key)) & 0xFFFFFFFF)
     start = r.randrange(0, max(1, len(pool) - size)) if size < len(pool) else 0
     if size <= len(pool):
         data = bytearray(pool[start:start + size])
     else:
         data = bytearray((pool * (size // len(pool) + 1))[:size])
-    mark = (key * 7919 + (spec[2] if len(spec) > 2 else 0)).to_bytes(8, "little")
+    mark = (key * 7919 + (recipe[2] if len(recipe) > 2 else 0)).to_bytes(8, "little")
     n = min(8, size)
     if kind == "head":
         data[0:n] = mark[:n]
@@ -129,7 +129,7 @@ def main():
     total = 0
     by_size = {}
     made_dirs = set()
-    for index, (size, spec) in enumerate(files):
+    for index, (size, recipe) in enumerate(files):
         folder = os.path.join(root, folder_for(index, rng, per_dir))
         if folder not in made_dirs:
             os.makedirs(folder, exist_ok=True)
@@ -138,7 +138,7 @@ def main():
         if rng.random() < 0.02:
             name = AWKWARD[rng.randrange(len(AWKWARD))] + b" " + name
         with open(os.path.join(folder, name), "wb") as f:
-            f.write(content(pool, size, spec, args.seed))
+            f.write(content(pool, size, recipe, args.seed))
         total += size
         by_size[size] = by_size.get(size, 0) + 1
     shared = sum(size * n for size, n in by_size.items() if n > 1)
