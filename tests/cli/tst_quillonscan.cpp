@@ -1,4 +1,5 @@
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QDir>
 #include <QFile>
@@ -10,24 +11,11 @@
 #include <QTemporaryDir>
 
 #include <csignal>
-#include <fcntl.h>
 #include <filesystem>
 #include <memory>
-#include <sqlite3.h>
 #include <unistd.h>
 
 namespace {
-
-bool writeBytes(const QByteArray& path, const QByteArray& contents)
-{
-    QDir().mkpath(QFile::decodeName(path.left(path.lastIndexOf('/'))));
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        return false;
-    const bool ok = ::write(fd, contents.constData(), size_t(contents.size())) == contents.size();
-    ::close(fd);
-    return ok;
-}
 
 struct Run
 {
@@ -35,21 +23,6 @@ struct Run
     QByteArray out;
     QByteArray err;
 };
-
-int hashRows(const QByteArray& dbPath)
-{
-    sqlite3* db = nullptr;
-    int count = -1;
-    if (sqlite3_open_v2(dbPath.constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, "select count(*) from hashTable", -1, &st, nullptr) == SQLITE_OK &&
-            sqlite3_step(st) == SQLITE_ROW)
-            count = sqlite3_column_int(st, 0);
-        sqlite3_finalize(st);
-    }
-    sqlite3_close(db);
-    return count;
-}
 
 } // namespace
 
@@ -64,7 +37,7 @@ class TestQuillonScan : public QObject
     QByteArray file(const QByteArray& relative, const QByteArray& contents) const
     {
         const QByteArray path = p(relative);
-        if (!writeBytes(path, contents))
+        if (!TestSupport::writeFile(path, contents))
             qWarning("cannot write %s", path.constData());
         return path;
     }
@@ -298,14 +271,14 @@ private Q_SLOTS:
         file("c/b", "cached");
         const QByteArray own = root() + "/own.db";
         QCOMPARE(runJson({"--cache", own, p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
-        QCOMPARE(hashRows(own), 2);
+        QCOMPARE(TestSupport::cacheRows(own), 2);
         QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
 
         QCOMPARE(runJson({"--no-cache", p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
         QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
 
         QCOMPARE(runJson({p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
-        QCOMPARE(hashRows(defaultCache()), 2);
+        QCOMPARE(TestSupport::cacheRows(defaultCache()), 2);
     }
 
     void interruptedBySigint()
@@ -313,7 +286,7 @@ private Q_SLOTS:
         file("i/a1", "pair");
         file("i/a2", "pair");
         for (const char* n : {"i/z1", "i/z2"}) {
-            QVERIFY(writeBytes(p(n), ""));
+            QVERIFY(TestSupport::writeFile(p(n), ""));
             QVERIFY(::truncate(p(n).constData(), qint64(8) << 30) == 0);
         }
         const QByteArray own = root() + "/own.db";
@@ -335,7 +308,7 @@ private Q_SLOTS:
         const QJsonObject json = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
         // The pair grouped before the stop stands, and the cache was still written.
         QCOMPARE(json.value(QStringLiteral("duplicates")).toInt(), 1);
-        QCOMPARE(hashRows(own), 2);
+        QCOMPARE(TestSupport::cacheRows(own), 2);
     }
 };
 

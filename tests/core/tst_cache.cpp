@@ -1,4 +1,5 @@
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include "app/AppGlobals.h"
 #include "cache/SqliteDBOperations.h"
@@ -55,12 +56,6 @@ QByteArray readBytes(const QByteArray& path)
 {
     QFile f(QFile::decodeName(path));
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-bool writeBytes(const QByteArray& path, const QByteArray& data)
-{
-    QFile f(QFile::decodeName(path));
-    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(data) == data.size();
 }
 
 QByteArray digest(int n)
@@ -344,11 +339,11 @@ private Q_SLOTS:
             good.add(dir() + "/files/" + QByteArray::number(i), digest(i + 1), 1000 + i);
             scan.add(dir() + "/files/" + QByteArray::number(i), QByteArray(), 1000 + i);
         }
-        QVERIFY(QDir().mkpath(QFile::decodeName(dir() + "/cache")));
+        QVERIFY(TestSupport::makeDir(dir() + "/cache"));
         if (kind == "random") {
-            QVERIFY(writeBytes(m_db, QByteArray(8192, '\x5a')));
+            QVERIFY(TestSupport::writeFile(m_db, QByteArray(8192, '\x5a')));
         } else if (kind == "zero") {
-            QVERIFY(writeBytes(m_db, QByteArray()));
+            QVERIFY(TestSupport::writeFile(m_db, QByteArray()));
         } else if (kind == "foreign") {
             QVERIFY(execSql(
                 m_db, "CREATE TABLE notes (filePath TEXT, body TEXT); INSERT INTO notes VALUES ('a', 'b');"));

@@ -1,4 +1,5 @@
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/CommonFuncs.h"
 
 #include <QCryptographicHash>
@@ -18,11 +19,6 @@ class TestDigest : public QObject
 
     QTemporaryDir m_dir;
     QByteArray path(const char* name) const { return QFile::encodeName(m_dir.filePath(QLatin1String(name))); }
-    static bool writeBytes(const QByteArray& path, const QByteArray& data)
-    {
-        QFile file(QFile::decodeName(path));
-        return file.open(QIODevice::WriteOnly) && file.write(data) == data.size();
-    }
     static QString nilLine(const QByteArray& path)
     {
         return QStringLiteral("############# MD5 coming NIL for file: %1 #############")
@@ -48,7 +44,7 @@ private Q_SLOTS:
         for (char& c : data)
             c = char(generator.bounded(256));
         const QByteArray file = path("random.bin");
-        QVERIFY(writeBytes(file, data));
+        QVERIFY(TestSupport::writeFile(file, data));
         const QByteArray expected = QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex();
         QCOMPARE(FileMD5HashCreateWithPath(file, chunk, nullptr), expected);
         const std::atomic<bool> notAborted{false};
@@ -62,7 +58,7 @@ private Q_SLOTS:
     void notRegularFiles()
     {
         const QByteArray target = path("target.txt"), link = path("link.txt"), fifo = path("pipe");
-        QVERIFY(writeBytes(target, "abc"));
+        QVERIFY(TestSupport::writeFile(target, "abc"));
         QVERIFY(::symlink(target.constData(), link.constData()) == 0);
         QVERIFY(::mkfifo(fifo.constData(), 0600) == 0);
 
@@ -87,7 +83,7 @@ private Q_SLOTS:
     void abortBeforeStart()
     {
         const QByteArray file = path("abort.bin");
-        QVERIFY(writeBytes(file, "abc"));
+        QVERIFY(TestSupport::writeFile(file, "abc"));
         const std::atomic<bool> aborted{true};
         QVERIFY(FileMD5HashCreateWithPath(file, 0, &aborted).isEmpty());
         QTest::ignoreMessage(QtInfoMsg, "abortFlag true!!");

@@ -6,6 +6,7 @@
 #include "preferences/PreferencesNotifier.h"
 #include "preferences/PreferencesWindowGeometry.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
 #include <QAbstractItemModelTester>
@@ -48,22 +49,14 @@ class TestPreferences : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
+    Settings& settings() const { return m_tree->settings(); }
 
 private Q_SLOTS:
     void initTestCase() { Settings::registereUserDefaults(); }
 
     // A settings file of its own for each case.
-    void init()
-    {
-        m_settings.reset();
-        m_store = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("run%1.ini").arg(++m_run)),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
-    }
+    void init() { m_tree = std::make_unique<TestSupport::TestTree>(); }
 
     void resizeGeometry_data()
     {
@@ -98,7 +91,7 @@ private Q_SLOTS:
     // notification comes once and only after the values are in place; other keys stay.
     void resetWritesEveryKey()
     {
-        Settings& s = *m_settings;
+        Settings& s = settings();
         s.setValue(Settings::kAppVersion, QStringLiteral("2.5"));
         s.setValue(Settings::kDoNotShowConfirmationDialogOnTrash, true);
         s.setValue(Settings::kAutoSelectOption, 2);
@@ -114,7 +107,7 @@ private Q_SLOTS:
         QCOMPARE(bytesAtNotification, QList<quint64>{10 * 1024});
 
         // Read back from the file, not from the object's cache.
-        QSettings reread(m_store->fileName(), QSettings::IniFormat);
+        QSettings reread(m_tree->store().fileName(), QSettings::IniFormat);
         const Settings fromFile(&reread);
         for (const QString& key :
              {Settings::kDoNotShowConfirmationDialogOnTrash, Settings::kDoNotShowAutoMarkDialog,
@@ -194,33 +187,33 @@ private Q_SLOTS:
             {"scan", {ExclusionList::kCannotExcludeTitle, ExclusionList::kInScanListText}},
             {"both", {ExclusionList::kCannotExcludeBothTitle, ExclusionList::kInScanListText}},
             {"trash", {QString(), QString()}}};
-        m_settings->setExcludedFolders(listed);
-        RecordingAlerts alerts(*m_settings);
+        settings().setExcludedFolders(listed);
+        RecordingAlerts alerts(settings());
         QList<QByteArray> scanPaths;
         for (const QString& path : scanList)
             scanPaths << path.toUtf8();
-        ExclusionList list(*m_settings, alerts, [&] { return scanPaths; });
+        ExclusionList list(settings(), alerts, [&] { return scanPaths; });
 
         QCOMPARE(list.addFolderToExclude(selection), int(expected.size() - listed.size()));
         QCOMPARE(list.arrExclude(), expected);
         QCOMPARE(alerts.alerts, alert.isEmpty() ? QList<Alert>{} : QList<Alert>{alertFor.value(alert)});
         if (!alert.isEmpty() && alert != "trash") // the list is written only once the alert is gone
             QCOMPARE(alerts.storedAtAlert, QList<QStringList>{listed});
-        QSettings reread(m_store->fileName(), QSettings::IniFormat);
+        QSettings reread(m_tree->store().fileName(), QSettings::IniFormat);
         QCOMPARE(Settings(&reread).excludedFolders(), expected);
     }
 
     // A refused choice still rewrites the list; a Trash refusal and an empty choice do not.
     void addWritesEvenWhenNothingAdded()
     {
-        RecordingAlerts alerts(*m_settings);
-        ExclusionList list(*m_settings, alerts, [] { return QList<QByteArray>{"/s"}; });
+        RecordingAlerts alerts(settings());
+        ExclusionList list(settings(), alerts, [] { return QList<QByteArray>{"/s"}; });
         QCOMPARE(list.addFolderToExclude({}), 0);
         QCOMPARE(list.addFolderToExclude({userTrash() + "/files/x"}), 0);
-        QVERIFY(!m_settings->contains(Settings::kExcludedFolders));
+        QVERIFY(!settings().contains(Settings::kExcludedFolders));
         QCOMPARE(list.addFolderToExclude({"/s"}), 0);
-        QVERIFY(m_settings->contains(Settings::kExcludedFolders));
-        QCOMPARE(m_settings->excludedFolders(), Settings::getExcludedFolders());
+        QVERIFY(settings().contains(Settings::kExcludedFolders));
+        QCOMPARE(settings().excludedFolders(), Settings::getExcludedFolders());
     }
 
     void remove_data()
@@ -235,28 +228,28 @@ private Q_SLOTS:
     {
         QFETCH(int, row);
         QFETCH(QStringList, expected);
-        m_settings->setExcludedFolders({"/a", "/b", "/c"});
+        settings().setExcludedFolders({"/a", "/b", "/c"});
         ScriptedAlertPresenter alerts;
-        ExclusionList list(*m_settings, alerts, {});
-        m_store->remove(Settings::kExcludedFolders); // so that any rewrite shows
+        ExclusionList list(settings(), alerts, {});
+        m_tree->store().remove(Settings::kExcludedFolders); // so that any rewrite shows
         QSignalSpy changed(&list, &ExclusionList::listChanged);
 
         const bool removed = !expected.isEmpty();
         QCOMPARE(list.deleteFolderPath(row), removed);
         QCOMPARE(list.arrExclude(), removed ? expected : (L{"/a", "/b", "/c"}));
         QCOMPARE(changed.count(), removed ? 1 : 0);
-        QCOMPARE(m_settings->contains(Settings::kExcludedFolders), removed);
+        QCOMPARE(settings().contains(Settings::kExcludedFolders), removed);
         if (removed)
-            QCOMPARE(m_settings->excludedFolders(), expected);
+            QCOMPARE(settings().excludedFolders(), expected);
     }
 
     // The table shows full paths and follows additions, removals and a reset.
     void tableFollowsList()
     {
         const QString deep = QStringLiteral("/a very/long path/ünïcödé/%1/end").arg(QString(40, 'x'));
-        m_settings->setExcludedFolders({"/one", deep});
+        settings().setExcludedFolders({"/one", deep});
         ScriptedAlertPresenter alerts;
-        ExclusionList list(*m_settings, alerts, {});
+        ExclusionList list(settings(), alerts, {});
         ExclusionTableModel model(&list);
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(model.index(1, 0).data().toString(), deep);
@@ -265,7 +258,7 @@ private Q_SLOTS:
         list.deleteFolderPath(0);
         QCOMPARE(model.index(0, 0).data().toString(), deep);
 
-        GeneralPreferences::resetDefaultSetiing(*m_settings);
+        GeneralPreferences::resetDefaultSetiing(settings());
         QCOMPARE(list.arrExclude(), Settings::getExcludedFolders());
         QCOMPARE(model.rowCount(), int(Settings::getExcludedFolders().size()));
         QCOMPARE(model.index(0, 0).data().toString(), Settings::getExcludedFolders().first());
@@ -274,14 +267,14 @@ private Q_SLOTS:
     // A reset posted from another thread reaches the list in its own thread.
     void resetFromAnotherThread()
     {
-        m_settings->setExcludedFolders({"/only"});
+        settings().setExcludedFolders({"/only"});
         ScriptedAlertPresenter alerts;
-        ExclusionList list(*m_settings, alerts, {});
+        ExclusionList list(settings(), alerts, {});
         QThread* mainThread = QThread::currentThread();
         QThread* seenIn = nullptr;
         connect(&list, &ExclusionList::listChanged, this, [&] { seenIn = QThread::currentThread(); });
         std::unique_ptr<QThread> worker(QThread::create([&] {
-            m_settings->setExcludedFolders({"/from", "/worker"});
+            settings().setExcludedFolders({"/from", "/worker"});
             PreferencesNotifier::instance().postPreferencesResetToDefaults();
         }));
         worker->start();

@@ -3,6 +3,7 @@
 #include "model/FileInfoNode.h"
 #include "platform/FileAttributes.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QFile>
 #include <QScopeGuard>
@@ -16,19 +17,10 @@ namespace {
 // Writes `size` bytes to the path given as exact bytes (names need not be UTF-8).
 bool writeFile(const QByteArray& path, qint64 size)
 {
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        return false;
-    const QByteArray data(size, 'x');
-    const bool ok = ::write(fd, data.constData(), size_t(data.size())) == ssize_t(data.size());
-    ::close(fd);
-    return ok;
+    return TestSupport::writeFile(path, QByteArray(size, 'x'));
 }
 
-bool makeDir(const QByteArray& path)
-{
-    return ::mkdir(path.constData(), 0755) == 0;
-}
+using TestSupport::makeDir;
 
 } // namespace
 

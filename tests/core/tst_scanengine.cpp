@@ -9,23 +9,20 @@
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
 #include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QRandomGenerator>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QThread>
 
 #include <algorithm>
 #include <fcntl.h>
-#include <filesystem>
 #include <map>
 #include <memory>
-#include <sqlite3.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -34,20 +31,9 @@ namespace {
 
 using Groups = QList<QList<QByteArray>>;
 
-bool writeBytes(const QByteArray& path, const QByteArray& contents)
-{
-    QDir().mkpath(QFile::decodeName(path.left(path.lastIndexOf('/'))));
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0)
-        return false;
-    const bool ok = ::write(fd, contents.constData(), size_t(contents.size())) == contents.size();
-    ::close(fd);
-    return ok;
-}
-
 bool makeSparse(const QByteArray& path, qint64 size)
 {
-    if (!writeBytes(path, QByteArray()))
+    if (!TestSupport::writeFile(path, QByteArray()))
         return false;
     return ::truncate(path.constData(), size) == 0;
 }
@@ -156,43 +142,21 @@ Groups allGroups(const ScanResult& result)
     return out;
 }
 
-int countCacheRows(const QByteArray& dbPath, const QByteArray& filePath)
-{
-    sqlite3* db = nullptr;
-    int count = -1;
-    if (sqlite3_open_v2(dbPath.constData(), &db, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK) {
-        sqlite3_stmt* st = nullptr;
-        if (sqlite3_prepare_v2(db, "select count(*) from hashTable where filePath = ?", -1, &st, nullptr) ==
-            SQLITE_OK) {
-            sqlite3_bind_text(st, 1, filePath.constData(), int(filePath.size()), SQLITE_TRANSIENT);
-            if (sqlite3_step(st) == SQLITE_ROW)
-                count = sqlite3_column_int(st, 0);
-        }
-        sqlite3_finalize(st);
-    }
-    sqlite3_close(db);
-    return count;
-}
-
 } // namespace
 
 class TestScanEngine : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
     ScriptedAlertPresenter m_alerts;
 
-    QByteArray root() const { return QFile::encodeName(m_dir->path()); }
-    QByteArray p(const QByteArray& relative) const { return root() + '/' + relative; }
+    Settings& settings() const { return m_tree->settings(); }
+    QByteArray root() const { return m_tree->root(); }
+    QByteArray p(const QByteArray& relative) const { return m_tree->path(relative); }
     QByteArray file(const QByteArray& relative, const QByteArray& contents) const
     {
-        const QByteArray path = p(relative);
-        if (!writeBytes(path, contents))
-            qWarning("cannot write %s", path.constData());
-        return path;
+        return m_tree->file(relative, contents);
     }
 
     static PhotosLibraryFixture::Photo photo(const QByteArray& masterPath)
@@ -217,7 +181,7 @@ class TestScanEngine : public QObject
                 n.state = states[size_t(i)];
             entries.push_back(n);
         }
-        ScanEngine engine(*m_settings, &m_alerts);
+        ScanEngine engine(settings(), &m_alerts);
         engine.setOptions(options);
         QSignalSpy spy(&engine, &ScanEngine::finished);
         if (!engine.startScanning(entries))
@@ -228,24 +192,15 @@ class TestScanEngine : public QObject
     }
 
 private Q_SLOTS:
-    void cleanup()
-    {
-        // Names that are not UTF-8 need removal by their bytes.
-        std::error_code ignored;
-        std::filesystem::remove_all(std::filesystem::path(root().toStdString()), ignored);
-        m_dir.reset();
-    }
+    void cleanup() { m_tree.reset(); }
 
     void init()
     {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
-        m_settings->setValue(Settings::kMinimumFileSize, 0);
-        m_settings->setValue(Settings::kFileSizeUnit, 0);
-        m_settings->setExcludedFolders({});
+        m_tree = std::make_unique<TestSupport::TestTree>();
+        QVERIFY(m_tree->isValid());
+        settings().setValue(Settings::kMinimumFileSize, 0);
+        settings().setValue(Settings::kFileSizeUnit, 0);
+        settings().setExcludedFolders({});
         m_alerts.clear();
         QFile::remove(QFile::decodeName(SqliteDBOperations::getDbPathInLibrary()));
     }
@@ -364,8 +319,8 @@ private Q_SLOTS:
         QFETCH(int, minimum);
         QFETCH(int, unit);
         QFETCH(qint64, below);
-        m_settings->setValue(Settings::kMinimumFileSize, minimum);
-        m_settings->setValue(Settings::kFileSizeUnit, unit);
+        settings().setValue(Settings::kMinimumFileSize, minimum);
+        settings().setValue(Settings::kFileSizeUnit, unit);
         QVERIFY(makeSparse(p("d/small1"), below - 1));
         QVERIFY(makeSparse(p("d/small2"), below - 1));
         QVERIFY(makeSparse(p("d/exact1"), below));
@@ -393,7 +348,7 @@ private Q_SLOTS:
         file("M1/c", "same");
         file("N/d", "same");
         file("N/M/e", "same"); // a folder named M elsewhere is not the excluded one
-        m_settings->setExcludedFolders({QFile::decodeName(root()) + QLatin1Char('/') + excluded});
+        settings().setExcludedFolders({QFile::decodeName(root()) + QLatin1Char('/') + excluded});
         auto result = scan({root()});
         QVERIFY(result);
         QCOMPARE(duplicateGroups(*result), (Groups{{p("M1/c"), p("N/M/e"), p("N/d")}}));
@@ -444,7 +399,7 @@ private Q_SLOTS:
         file("d/a", "same");
         file("d/b", "same");
         const QString saved = QDir::currentPath();
-        QDir::setCurrent(m_dir->path());
+        QDir::setCurrent(QFile::decodeName(root()));
         auto result = scan({"./d", p("d/a"), p("d/b")}, noCache(), {1, 0, 0});
         QDir::setCurrent(saved);
         QVERIFY(result);
@@ -565,15 +520,15 @@ private Q_SLOTS:
         auto first = scan({p("d")}, withCache);
         QVERIFY(first);
         const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
-        QCOMPARE(countCacheRows(db, a), 1);
-        QCOMPARE(countCacheRows(db, b), 1);
+        QCOMPARE(TestSupport::cacheRows(db, a), 1);
+        QCOMPARE(TestSupport::cacheRows(db, b), 1);
         QCOMPARE(duplicateGroups(*first), (Groups{{a, b}}));
 
         // New bytes, same size and modification date: the cached digest is taken, the file
         // is not read again.
         struct stat st;
         QVERIFY(::stat(b.constData(), &st) == 0);
-        writeBytes(b, QByteArray(10000, 'b'));
+        TestSupport::writeFile(b, QByteArray(10000, 'b'));
         const struct timespec times[2] = {st.st_atim, st.st_mtim};
         QVERIFY(::utimensat(AT_FDCWD, b.constData(), times, 0) == 0);
         auto second = scan({p("d")}, withCache);
@@ -712,7 +667,7 @@ private Q_SLOTS:
         QVERIFY(makeSparse(p("d/z2"), big));
         ScanOptions options; // with the cache: its closing steps run after a stop too
         std::vector<FilePathNode> entries{FilePathNode::initWithPathForFile(p("d"))};
-        ScanEngine engine(*m_settings, &m_alerts);
+        ScanEngine engine(settings(), &m_alerts);
         engine.setOptions(options);
         QSignalSpy spy(&engine, &ScanEngine::finished);
         QVERIFY(engine.startScanning(entries));
@@ -731,7 +686,7 @@ private Q_SLOTS:
         QVERIFY(nodeFor(*result, p("d/z2"))->md5.isEmpty());
         QCOMPARE(duplicateGroups(*result), (Groups{{a1, a2}}));
         QCOMPARE(result->countDup, 1u);
-        QCOMPARE(countCacheRows(SqliteDBOperations::getDbPathInLibrary(), a1), 1);
+        QCOMPARE(TestSupport::cacheRows(SqliteDBOperations::getDbPathInLibrary(), a1), 1);
     }
 
     void vanishedOrChangedBeforeHashing()

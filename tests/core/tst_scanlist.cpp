@@ -4,14 +4,13 @@
 #include "platform/Platform.h"
 #include "scan/ScanList.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 #include "util/PathUtils.h"
 
 #include <QFile>
 #include <QScopeGuard>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <memory>
 #include <sys/stat.h>
 
@@ -42,21 +41,13 @@ class TestScanList : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
+    Settings& settings() const { return m_tree->settings(); }
     ScriptedAlertPresenter m_alerts;
 
-    QByteArray p(const QString& name) const { return QFile::encodeName(m_dir->filePath(name)); }
-    QByteArray makeDir(const QString& name) const
-    {
-        QDir().mkpath(m_dir->filePath(name));
-        return p(name);
-    }
-    QVariantList savedList() const
-    {
-        return QSettings(m_store->fileName(), QSettings::IniFormat).value(Settings::kSavedPaths).toList();
-    }
+    QByteArray p(const QString& name) const { return m_tree->path(QFile::encodeName(name)); }
+    QByteArray makeDir(const QString& name) const { return m_tree->dir(QFile::encodeName(name)); }
+    QVariantList savedList() const { return m_tree->storedValue(Settings::kSavedPaths).toList(); }
     QList<QByteArray> savedPaths() const
     {
         QList<QByteArray> out;
@@ -87,19 +78,14 @@ class TestScanList : public QObject
 private Q_SLOTS:
     void init()
     {
-        m_dir = std::make_unique<QTemporaryDir>();
-        m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
-        m_settings->setExcludedFolders({QString::fromUtf8(p("ex"))});
+        m_tree = std::make_unique<TestSupport::TestTree>();
+        settings().setExcludedFolders({QString::fromUtf8(p("ex"))});
         m_alerts.clear();
         AppGlobals::isOSX_7_AndAbove = false;
     }
     void cleanup()
     {
-        m_settings.reset();
-        m_store.reset();
-        m_dir.reset();
+        m_tree.reset();
         AppGlobals::isOSX_7_AndAbove = false;
     }
 
@@ -133,7 +119,7 @@ private Q_SLOTS:
         QFETCH(QStringList, expectedRows);
         QFETCH(QString, message);
         QFETCH(QString, info);
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
         list.addPathInArrayToScan(makeDir("old"));
         QList<QByteArray> paths, expected;
@@ -160,7 +146,7 @@ private Q_SLOTS:
 
     void promptEdges()
     {
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
         // Nothing added is "none added" even when the all-added flag is set.
         list.checkAndShowPrompt_mainThread(ScanPrompt{false, true, false});
@@ -185,7 +171,7 @@ private Q_SLOTS:
     {
         QFETCH(QString, stopper);
         QFETCH(QString, message);
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         const QByteArray first = makeDir("First.photoslibrary");
         list.selectPathToScan({first});
         // Items before the stopper stay; nothing after it is added, nothing saved and no prompt follows.
@@ -199,7 +185,7 @@ private Q_SLOTS:
     {
         const QByteArray inTrash = Platform::userTrashFolders().first() + "/files/Old";
         QVERIFY(QDir().mkpath(QFile::decodeName(inTrash)));
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         // From the dialog, the Trash is tested on the first chosen item only.
         list.selectPathToScan({inTrash, makeDir("a")});
         QCOMPARE(list.count(), 0);
@@ -207,13 +193,13 @@ private Q_SLOTS:
         list.selectPathToScan({makeDir("a"), inTrash});
         QCOMPARE(rowPaths(list), (QList<QByteArray>{p("a"), inTrash}));
         // A drop is never tested against the Trash.
-        ScanList dropped(*m_settings, &m_alerts);
+        ScanList dropped(settings(), &m_alerts);
         expectDropLog();
         dropped.handleFileDragDropNotification({inTrash});
         QCOMPARE(rowPaths(dropped), QList<QByteArray>{inTrash});
 
         // "/" stands for the home folder, by dialog and by drop.
-        ScanList rooted(*m_settings, &m_alerts);
+        ScanList rooted(settings(), &m_alerts);
         rooted.selectPathToScan({"/"});
         QCOMPARE(rowPaths(rooted), QList<QByteArray>{Platform::homePath()});
         QTest::ignoreMessage(QtInfoMsg, "path dropped: /");
@@ -224,7 +210,7 @@ private Q_SLOTS:
 
     void dropRules()
     {
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         const QByteArray a = makeDir("a");
         const QByteArray file = p("notes.txt");
         QVERIFY(QFile(QFile::decodeName(file)).open(QIODevice::WriteOnly));
@@ -245,7 +231,7 @@ private Q_SLOTS:
 
     void onePhotosLibrary()
     {
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         const QByteArray first = makeDir("First.photoslibrary");
         const QByteArray second = makeDir("Second.PhotosLibrary");
         const QByteArray a = makeDir("a");
@@ -275,7 +261,7 @@ private Q_SLOTS:
 
     void ticksAndRowMenu()
     {
-        ScanList list(*m_settings, &m_alerts);
+        ScanList list(settings(), &m_alerts);
         RecordingFileViewer viewer;
         list.setFileViewer(&viewer);
         const QByteArray a = makeDir("a");
@@ -328,7 +314,7 @@ private Q_SLOTS:
         const QByteArray vanishing = makeDir("gone");
         const QByteArray library = makeDir("Lib.photoslibrary");
         {
-            ScanList list(*m_settings, &m_alerts);
+            ScanList list(settings(), &m_alerts);
             list.selectPathToScan({a, odd, vanishing, library});
             list.selectDeselectPath(0);
         }
@@ -339,9 +325,9 @@ private Q_SLOTS:
         QVariantList saved = savedList();
         for (const QByteArray& path : {trash, QByteArray("relative/path"), QByteArray()})
             saved.append(QVariantMap{{QStringLiteral("path"), path}, {QStringLiteral("state"), 1}});
-        m_settings->setValue(Settings::kSavedPaths, saved);
+        settings().setValue(Settings::kSavedPaths, saved);
 
-        ScanList restored(*m_settings, &m_alerts);
+        ScanList restored(settings(), &m_alerts);
         restored.loadFromBookmarkPaths();
         QCOMPARE(rowPaths(restored), (QList<QByteArray>{a, odd, library}));
         QCOMPARE(restored.arrPathNodes()[0].state, 0);
@@ -355,14 +341,14 @@ private Q_SLOTS:
         // Only unticked rows: restored, but Scan stays disabled.
         restored.selectDeselectPath(1);
         restored.selectDeselectPath(2);
-        ScanList unticked(*m_settings, &m_alerts);
+        ScanList unticked(settings(), &m_alerts);
         unticked.loadFromBookmarkPaths();
         QCOMPARE(unticked.count(), 3);
         QVERIFY(!unticked.isScanNowEnabled());
 
         // The old-system flag neither restores nor saves.
         AppGlobals::isOSX_7_AndAbove = true;
-        ScanList old(*m_settings, &m_alerts);
+        ScanList old(settings(), &m_alerts);
         old.loadFromBookmarkPaths();
         QCOMPARE(old.count(), 0);
         old.selectPathToScan({makeDir("b")});

@@ -1,5 +1,6 @@
 #include "platform/Trash.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/PathUtils.h"
 
 #include <QDir>
@@ -25,17 +26,8 @@ QByteArray readBytes(const QByteArray& path)
     return fd >= 0 && ::close(fd) == 0 ? out : QByteArray("<unreadable>");
 }
 
-bool writeBytes(const QByteArray& path, const QByteArray& data)
-{
-    const int fd = ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    const bool ok = fd >= 0 && ::write(fd, data.constData(), size_t(data.size())) == data.size();
-    return fd >= 0 && ::close(fd) == 0 && ok;
-}
-
-bool makeDir(const QByteArray& path, mode_t mode = 0755)
-{
-    return ::mkdir(path.constData(), mode) == 0;
-}
+using TestSupport::makeDir;
+using TestSupport::writeFile;
 
 mode_t modeOf(const QByteArray& path)
 {
@@ -130,7 +122,7 @@ private Q_SLOTS:
         const QByteArray name("100% a+b#?\n caf\xc3\xa9 \xff.txt");
         const QByteArray encodedName("100%25%20a%2Bb%23%3F%0A%20caf%C3%A9%20%FF.txt");
         const QByteArray original = work(name);
-        QVERIFY(writeBytes(original, "content of " + name));
+        QVERIFY(writeFile(original, "content of " + name));
         const QDateTime before = QDateTime::currentDateTime().addSecs(-1);
         const TrashOutcome outcome = FreedesktopTrash().moveToTrash(original);
         const QDateTime after = QDateTime::currentDateTime().addSecs(1);
@@ -159,9 +151,9 @@ private Q_SLOTS:
     {
         const QByteArray folder = work("Album 2019");
         QVERIFY(makeDir(folder) && makeDir(folder + "/inner"));
-        QVERIFY(writeBytes(folder + "/inner/b.jpg", "B"));
+        QVERIFY(writeFile(folder + "/inner/b.jpg", "B"));
         QVERIFY(::symlink("inner/b.jpg", (folder + "/link").constData()) == 0);
-        QVERIFY(writeBytes(work("target.txt"), "keep me"));
+        QVERIFY(writeFile(work("target.txt"), "keep me"));
         QVERIFY(::symlink("target.txt", work("link.txt").constData()) == 0);
         QVERIFY(::symlink("nowhere", work("dangling").constData()) == 0);
 
@@ -192,12 +184,12 @@ private Q_SLOTS:
     {
         QVERIFY(QDir().mkpath(QFile::decodeName(m_trash + "/files")));
         QVERIFY(QDir().mkpath(QFile::decodeName(m_trash + "/info")));
-        QVERIFY(writeBytes(m_trash + "/files/a.txt", "orphan entry"));
-        QVERIFY(writeBytes(m_trash + "/info/a.txt.2.trashinfo", "orphan info"));
+        QVERIFY(writeFile(m_trash + "/files/a.txt", "orphan entry"));
+        QVERIFY(writeFile(m_trash + "/info/a.txt.2.trashinfo", "orphan info"));
         QByteArrayList trashed;
         for (const QByteArray folder : {"one", "two", "three"}) {
             const QByteArray path = work(folder + "/a.txt");
-            QVERIFY(makeDir(work(folder)) && writeBytes(path, "from " + folder));
+            QVERIFY(makeDir(work(folder)) && writeFile(path, "from " + folder));
             const TrashOutcome outcome = FreedesktopTrash().moveToTrash(path);
             QVERIFY2(outcome.moved, qPrintable(outcome.errorText));
             QVERIFY(!trashed.contains(outcome.trashedPath));
@@ -217,7 +209,7 @@ private Q_SLOTS:
     {
         // 250 bytes fit in a folder, but not with ".trashinfo" appended.
         const QByteArray name = QByteArray(120, 'x') + QByteArray("\xc3\xa9").repeated(60) + "Z.txt";
-        QVERIFY(writeBytes(work(name), "long"));
+        QVERIFY(writeFile(work(name), "long"));
         const TrashOutcome outcome = FreedesktopTrash().moveToTrash(work(name));
         QVERIFY2(outcome.moved, qPrintable(outcome.errorText));
         const QByteArray entry = PathUtils::lastPathComponent(outcome.trashedPath);
@@ -255,10 +247,10 @@ private Q_SLOTS:
         for (const QByteArray& folder : folders)
             QVERIFY(QDir().mkpath(QFile::decodeName(m_home + "/" + folder)));
         if (!blocker.isEmpty())
-            QVERIFY(writeBytes(m_home + "/" + blocker, "blocker"));
+            QVERIFY(writeFile(m_home + "/" + blocker, "blocker"));
         const QByteArray path = item.isEmpty() ? item : m_home + "/" + item;
         if (item.endsWith("precious.txt"))
-            QVERIFY(writeBytes(path, "precious"));
+            QVERIFY(writeFile(path, "precious"));
 
         const TrashOutcome outcome = FreedesktopTrash().moveToTrash(path);
         QVERIFY(!outcome.moved);
@@ -311,9 +303,9 @@ private Q_SLOTS:
             else if (links.contains(step))
                 ok = ::symlink(elsewhere.constData(), links[step].constData()) == 0;
             else if (step == "uidfile" || step == "singlefile")
-                ok = writeBytes(step == "uidfile" ? own : single, "x");
+                ok = writeFile(step == "uidfile" ? own : single, "x");
             else if (step == "singledir")
-                ok = makeDir(single, 0700) && writeBytes(single + "/marker", "m");
+                ok = makeDir(single, 0700) && writeFile(single + "/marker", "m");
             else if (step == "uidforeign" &&
                      (!makeDir(own, 0700) || ::chown(own.constData(), uid + 1, gid_t(-1)) != 0))
                 QSKIP("changing a folder's owner needs root");
@@ -357,11 +349,11 @@ private Q_SLOTS:
             QSKIP("no second volume can be mounted here");
         const QByteArray uidText = QByteArray::number(::getuid());
         const QByteArray file = volume + "/Photos 2020/IMG 1.jpg";
-        QVERIFY(makeDir(volume + "/Photos 2020") && writeBytes(file, "jpeg"));
+        QVERIFY(makeDir(volume + "/Photos 2020") && writeFile(file, "jpeg"));
         if (setup == "sticky")
             QVERIFY(makeDir(volume + "/.Trash") && ::chmod((volume + "/.Trash").constData(), 01777) == 0);
         else if (setup == "blocked")
-            QVERIFY(writeBytes(volume + "/.Trash-" + uidText, "not a folder"));
+            QVERIFY(writeFile(volume + "/.Trash-" + uidText, "not a folder"));
         else if (setup == "readonly")
             QVERIFY(::mount(nullptr, volume.constData(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr) == 0);
 

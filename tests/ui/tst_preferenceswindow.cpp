@@ -9,6 +9,7 @@
 #include "preferences/TamPreferencesWindowController.h"
 #include "support/Screenshots.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
 #include <QAbstractButton>
@@ -99,34 +100,26 @@ class TestPreferencesWindow : public QObject
 {
     Q_OBJECT
 
-    QTemporaryDir m_dir;
-    int m_run = 0;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
+    Settings& settings() const { return m_tree->settings(); }
 
     QString storedSelection() const
     {
-        return m_settings->value(Settings::kSelectedPreferencesItem).toString();
+        return settings().value(Settings::kSelectedPreferencesItem).toString();
     }
 
 private Q_SLOTS:
     void initTestCase() { Settings::registereUserDefaults(); }
 
     // A settings file of its own for each case.
-    void init()
-    {
-        m_settings.reset();
-        m_store = std::make_unique<QSettings>(m_dir.filePath(QStringLiteral("run%1.ini").arg(++m_run)),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
-    }
+    void init() { m_tree = std::make_unique<TestSupport::TestTree>(); }
 
     void emptyPaneList()
     {
-        m_settings->setValue(Settings::kSelectedPreferencesItem, QStringLiteral("General"));
-        Window window(*m_settings, {}, QStringLiteral("Preferences"));
+        settings().setValue(Settings::kSelectedPreferencesItem, QStringLiteral("General"));
+        Window window(settings(), {}, QStringLiteral("Preferences"));
         QCOMPARE(window.selectedIndex(), Window::NotFound);
-        QVERIFY(!m_settings->contains(Settings::kSelectedPreferencesItem));
+        QVERIFY(!settings().contains(Settings::kSelectedPreferencesItem));
         window.showWindow();
         QCOMPARE(window.contentView()->size(), Window::kEmptyContentSize);
         QCOMPARE(window.windowTitle(), QStringLiteral("Preferences"));
@@ -153,10 +146,10 @@ private Q_SLOTS:
         QFETCH(int, expectedIndex);
         QFETCH(QString, expectedKey);
         if (!stored.isNull())
-            m_settings->setValue(Settings::kSelectedPreferencesItem, stored);
+            settings().setValue(Settings::kSelectedPreferencesItem, stored);
         auto c = fake("C");
         c->customItem = TamToolbarItem{QStringLiteral("custom-c"), QStringLiteral("Custom"), {}};
-        Window window(*m_settings, {fake("A"), fake("B"), c, Window::flexibleSpacePlaceholderController()});
+        Window window(settings(), {fake("A"), fake("B"), c, Window::flexibleSpacePlaceholderController()});
         QCOMPARE(window.selectedIndex(), qsizetype(expectedIndex));
         QCOMPARE(storedSelection(), expectedKey);
         QCOMPARE(window.toolbarItemIdentifiers(),
@@ -170,7 +163,7 @@ private Q_SLOTS:
     {
         auto a = fake("A");
         auto b = fake("B", QSize(500, 200));
-        Window window(*m_settings, {a, b});
+        Window window(settings(), {a, b});
         window.setSelectedIndex(1);
         QCOMPARE(storedSelection(), QStringLiteral("B"));
         QVERIFY(a->events.isEmpty() && b->events.isEmpty());
@@ -182,7 +175,7 @@ private Q_SLOTS:
 
         b->events.clear();
         const QRect geometry = window.geometry();
-        m_settings->remove(Settings::kSelectedPreferencesItem);
+        settings().remove(Settings::kSelectedPreferencesItem);
         window.setSelectedViewController(b);
         QCOMPARE(storedSelection(), QStringLiteral("B"));
         window.toolbarItemWithItemIdentifier("B")->trigger();
@@ -200,7 +193,7 @@ private Q_SLOTS:
         auto a = fake("A");
         auto b = fake("B", QSize(420, 500));
         auto c = fake("C", QSize(440, 340));
-        Window window(*m_settings, {a, b, c});
+        Window window(settings(), {a, b, c});
         window.showWindow();
         const QRect before = window.geometry();
         window.toolbarItemWithItemIdentifier("B")->trigger();
@@ -233,7 +226,7 @@ private Q_SLOTS:
         QFETCH(QStringList, replacement);
         QFETCH(QString, expected);
         auto c = fake("C");
-        Window window(*m_settings, {fake("A"), fake("B"), c});
+        Window window(settings(), {fake("A"), fake("B"), c});
         window.setSelectedIndex(2);
         window.showWindow();
         QAction* itemOfC = window.toolbarItemWithItemIdentifier("C");
@@ -246,7 +239,7 @@ private Q_SLOTS:
         QCOMPARE(window.toolbar()->actions().size(), replacement.size());
         if (expected.isEmpty()) {
             QVERIFY(!window.selectedViewController());
-            QVERIFY(!m_settings->contains(Settings::kSelectedPreferencesItem));
+            QVERIFY(!settings().contains(Settings::kSelectedPreferencesItem));
             QVERIFY(attachedViews(window).isEmpty());
             return;
         }
@@ -262,9 +255,9 @@ private Q_SLOTS:
     // select the last one.
     void placeholdersBecomeStandardItems()
     {
-        Window window(*m_settings, {fake("A"), Window::flexibleSpacePlaceholderController(),
-                                    Window::separatorPlaceholderController(), fake("B"),
-                                    Window::printPlaceholderController()});
+        Window window(settings(), {fake("A"), Window::flexibleSpacePlaceholderController(),
+                                   Window::separatorPlaceholderController(), fake("B"),
+                                   Window::printPlaceholderController()});
         window.showWindow();
         const QList<QAction*> actions = window.toolbar()->actions();
         QCOMPARE(actions.size(), 5);
@@ -289,7 +282,7 @@ private Q_SLOTS:
     {
         auto a = fake("A");
         auto b = fake("B");
-        Window window(*m_settings, {a, b});
+        Window window(settings(), {a, b});
         window.showWindow();
         a->acceptsCommit = false;
         window.toolbarItemWithItemIdentifier("B")->trigger();
@@ -316,7 +309,7 @@ private Q_SLOTS:
     void titleFollowsPane()
     {
         QFETCH(bool, follow);
-        Window window(*m_settings, {fake("A"), fake("B")}, QStringLiteral("Preferences"));
+        Window window(settings(), {fake("A"), fake("B")}, QStringLiteral("Preferences"));
         QVERIFY(window.windowTitleShouldAutomaticlyUpdateToReflectSelectedViewController());
         window.setWindowTitleShouldAutomaticlyUpdateToReflectSelectedViewController(follow);
         window.setWindowTitle(QStringLiteral("Settings"));
@@ -341,18 +334,18 @@ private Q_SLOTS:
     {
         QFETCH(bool, photosInstalled);
         QFETCH(QString, title);
-        m_settings->setValue(Settings::kMinimumFileSize, 3);
-        m_settings->setValue(Settings::kFileSizeUnit, 1);
-        m_settings->setValue(Settings::kAutoSelectOption, 0); // any value but 1 keeps the newest
-        m_settings->setValue(Settings::kDoNotShowAutoMarkDialog, true);
-        m_settings->setExcludedFolders({"/only"});
+        settings().setValue(Settings::kMinimumFileSize, 3);
+        settings().setValue(Settings::kFileSizeUnit, 1);
+        settings().setValue(Settings::kAutoSelectOption, 0); // any value but 1 keeps the newest
+        settings().setValue(Settings::kDoNotShowAutoMarkDialog, true);
+        settings().setExcludedFolders({"/only"});
         const bool saved = AppGlobals::isPhotosAppInstalled;
         AppGlobals::isPhotosAppInstalled = photosInstalled;
-        TamGeneralViewController pane(*m_settings);
+        TamGeneralViewController pane(settings());
         QWidget* view = pane.view();
         AppGlobals::isPhotosAppInstalled = saved;
         auto alerts = std::make_shared<ScriptedAlertPresenter>();
-        TamExcludeViewController exclusions(*m_settings, alerts, {});
+        TamExcludeViewController exclusions(settings(), alerts, {});
         exclusions.view();
         auto* spin = child<QSpinBox>(view, "spinMinimumFileSize");
         auto* unit = child<QComboBox>(view, "cmbFileSizeUnit");
@@ -365,23 +358,23 @@ private Q_SLOTS:
         QCOMPARE(spin->value(), 3);
         QCOMPARE(unit->currentText(), QStringLiteral("MB"));
         QVERIFY(newest->isChecked() && noAutoMark->isChecked());
-        QCOMPARE(m_settings->autoSelectOption(), 0);
+        QCOMPARE(settings().autoSelectOption(), 0);
 
         spin->setValue(25);
         unit->setCurrentIndex(0);
-        QCOMPARE(m_settings->minimumFileSizeInBytes(), quint64(25) * 1024);
+        QCOMPARE(settings().minimumFileSizeInBytes(), quint64(25) * 1024);
         oldest->click();
-        QCOMPARE(m_settings->autoSelectOption(), 1);
+        QCOMPARE(settings().autoSelectOption(), 1);
         newest->click();
-        QCOMPARE(m_settings->autoSelectOption(), 2);
+        QCOMPARE(settings().autoSelectOption(), 2);
         noTrash->click();
-        QVERIFY(m_settings->doNotShowConfirmationDialogOnTrash());
+        QVERIFY(settings().doNotShowConfirmationDialogOnTrash());
         noAutoMark->click();
-        QVERIFY(!m_settings->doNotShowAutoMarkDialog());
+        QVERIFY(!settings().doNotShowAutoMarkDialog());
         pane.btnAutoMarkPhotoLib()->click();
-        QVERIFY(m_settings->autoMarkPhotos());
+        QVERIFY(settings().autoMarkPhotos());
         // Another reader of the same file sees the changes at once.
-        QSettings reread(m_store->fileName(), QSettings::IniFormat);
+        QSettings reread(m_tree->store().fileName(), QSettings::IniFormat);
         QCOMPARE(Settings(&reread).minimumFileSize(), qint64(25));
 
         child<QPushButton>(view, "btnResetDefaults")->click();
@@ -403,7 +396,7 @@ private Q_SLOTS:
         const QString other = QFileInfo(db).path() + QStringLiteral("/other-file");
         QVERIFY(QDir().mkpath(QFileInfo(db).path()));
         QVERIFY(QFile(db).open(QIODevice::WriteOnly) && QFile(other).open(QIODevice::WriteOnly));
-        TamGeneralViewController pane(*m_settings);
+        TamGeneralViewController pane(settings());
         auto* button = child<QPushButton>(pane.view(), "btnClearCache");
         button->click();
         QVERIFY(!QFile::exists(db));
@@ -415,12 +408,12 @@ private Q_SLOTS:
 
     void excludePaneAddAndRemove()
     {
-        m_settings->setExcludedFolders({"/kept"});
+        settings().setExcludedFolders({"/kept"});
         auto alerts = std::make_shared<ScriptedAlertPresenter>();
         auto chooser = std::make_shared<ScriptedChooser>();
         chooser->answers = {{"/kept", "/new/one", "/new/two"}, {}};
         TamExcludeViewController pane(
-            *m_settings, alerts, [] { return QList<QByteArray>{"/scanned"}; }, chooser);
+            settings(), alerts, [] { return QList<QByteArray>{"/scanned"}; }, chooser);
         auto* add = child<QAbstractButton>(pane.view(), "btnAddExclusion");
         auto* remove = child<QAbstractButton>(pane.view(), "btnRemoveExclusion");
         QTableView* table = pane.tvExcludeFolder();
@@ -429,25 +422,25 @@ private Q_SLOTS:
 
         add->click();
         QCOMPARE(chooser->prompts, QStringList{"Add To Exclusions"});
-        QCOMPARE(m_settings->excludedFolders(), (QStringList{"/kept", "/new/one", "/new/two"}));
+        QCOMPARE(settings().excludedFolders(), (QStringList{"/kept", "/new/one", "/new/two"}));
         QCOMPARE(table->model()->rowCount(), 3);
         QCOMPARE(alerts->alerts().size(), 1);
         QCOMPARE(alerts->alerts().first().messageText, ExclusionList::kAlreadyListedTitle);
 
         // Cancelled, or nothing selected to remove: nothing changes, nothing is written.
-        m_store->remove(Settings::kExcludedFolders);
+        m_tree->store().remove(Settings::kExcludedFolders);
         add->click();
         pane.deleteFolderPath();
-        QVERIFY(!m_settings->contains(Settings::kExcludedFolders));
+        QVERIFY(!settings().contains(Settings::kExcludedFolders));
         QCOMPARE(table->model()->rowCount(), 3);
 
         table->selectRow(1);
         QVERIFY(remove->isEnabled());
         remove->click();
-        QCOMPARE(m_settings->excludedFolders(), (QStringList{"/kept", "/new/two"}));
+        QCOMPARE(settings().excludedFolders(), (QStringList{"/kept", "/new/two"}));
         QCOMPARE(pane.selectedRow(), 1); // the next entry is ready for another removal
         pane.deleteFolderFromExclusion();
-        QCOMPARE(m_settings->excludedFolders(), QStringList{"/kept"});
+        QCOMPARE(settings().excludedFolders(), QStringList{"/kept"});
     }
 
     // The real dialog: folders only, several at once, the prompt on its accept button; a
@@ -474,11 +467,11 @@ private Q_SLOTS:
 
     void screenshots()
     {
-        m_settings->setExcludedFolders(Settings::getExcludedFolders() +
-                                       QStringList{"/home/someone/Projects/build"});
+        settings().setExcludedFolders(Settings::getExcludedFolders() +
+                                      QStringList{"/home/someone/Projects/build"});
         auto alerts = std::make_shared<ScriptedAlertPresenter>();
         std::unique_ptr<Window> window(createPreferencesWindow(
-            *m_settings, [] { return QList<QByteArray>{}; }, alerts));
+            settings(), [] { return QList<QByteArray>{}; }, alerts));
         window->showWindow();
         QCOMPARE(window->windowTitle(), QStringLiteral("General"));
         QCOMPARE(window->toolbar()->actions().size(), 2);

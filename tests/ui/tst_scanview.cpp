@@ -18,6 +18,7 @@
 #include "scan/TemporaryGroupsView.h"
 #include "support/Screenshots.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
 #include <QAbstractItemModelTester>
@@ -28,9 +29,7 @@
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
-#include <QSettings>
 #include <QSignalSpy>
-#include <QTemporaryDir>
 #include <QTimer>
 #include <QToolButton>
 #include <memory>
@@ -69,31 +68,22 @@ class TestScanView : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
+    Settings& settings() const { return m_tree->settings(); }
     ScriptedAlertPresenter m_alerts;
     FakeChooser* m_chooser = nullptr;
     RecordingFileViewer m_viewer;
 
-    QByteArray p(const QString& name) const { return QFile::encodeName(m_dir->filePath(name)); }
-    QByteArray makeDir(const QString& name) const
-    {
-        QDir().mkpath(m_dir->filePath(name));
-        return p(name);
-    }
+    QByteArray p(const QString& name) const { return m_tree->path(QFile::encodeName(name)); }
+    QByteArray makeDir(const QString& name) const { return m_tree->dir(QFile::encodeName(name)); }
     QByteArray makeFile(const QString& name, const QByteArray& content) const
     {
-        QDir().mkpath(QFileInfo(m_dir->filePath(name)).path());
-        QFile f(m_dir->filePath(name));
-        f.open(QIODevice::WriteOnly);
-        f.write(content);
-        return p(name);
+        return m_tree->file(QFile::encodeName(name), content);
     }
 
     std::unique_ptr<ResultViewController> makeView()
     {
-        auto view = std::make_unique<ResultViewController>(*m_settings, &m_alerts);
+        auto view = std::make_unique<ResultViewController>(settings(), &m_alerts);
         auto chooser = std::make_unique<FakeChooser>();
         m_chooser = chooser.get();
         view->setPathChooser(std::move(chooser));
@@ -133,23 +123,15 @@ class TestScanView : public QObject
 private Q_SLOTS:
     void init()
     {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        m_store = std::make_unique<QSettings>(m_dir->filePath(QStringLiteral("settings.ini")),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
-        m_settings->setExcludedFolders({});
-        m_settings->setValue(Settings::kMinimumFileSize, 1); // 1 KB
-        m_settings->setValue(Settings::kFileSizeUnit, 0);
+        m_tree = std::make_unique<TestSupport::TestTree>();
+        QVERIFY(m_tree->isValid());
+        settings().setExcludedFolders({});
+        settings().setValue(Settings::kMinimumFileSize, 1); // 1 KB
+        settings().setValue(Settings::kFileSizeUnit, 0);
         m_alerts.clear();
         m_viewer.shown.clear();
     }
-    void cleanup()
-    {
-        m_settings.reset();
-        m_store.reset();
-        m_dir.reset();
-    }
+    void cleanup() { m_tree.reset(); }
 
     void addByDialogAndDrop()
     {
@@ -234,7 +216,7 @@ private Q_SLOTS:
 
     void excludedItemLeadsToPreferences()
     {
-        m_settings->setExcludedFolders({QString::fromUtf8(p("ex"))});
+        settings().setExcludedFolders({QString::fromUtf8(p("ex"))});
         auto view = makeView();
         QSignalSpy preferences(view.get(), &ResultViewController::goToPreferencesRequested);
         m_chooser->answers = {{makeDir("ex/inner")}};
@@ -389,7 +371,7 @@ private Q_SLOTS:
             mode = seen->fileMode();
             if (auto* view = seen->findChild<QAbstractItemView*>(QStringLiteral("listView")))
                 selection = view->selectionMode();
-            seen->setDirectory(m_dir->path());
+            seen->setDirectory(QFile::decodeName(m_tree->root()));
             // Once the folder has been listed, type the item's name and press Add.
             QTimer::singleShot(400, seen, [dialog = seen, picked] {
                 if (auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
