@@ -105,11 +105,6 @@ void store(const std::vector<FileInfoNode*>& batch)
         SqliteDBOperations::insertDataInTable(kHash, SqliteDBOperations::getDbPathInLibrary(), batch);
 }
 
-int hashRowCount(const QByteArray& dbPath)
-{
-    return query(dbPath, "select count(*) from hashTable").value(0).value(0, "-1").toInt();
-}
-
 QByteArray cachedMd5(const QByteArray& path)
 {
     return AppGlobals::dictDataBaseFilesMd5.value(path).fileMd5;
@@ -157,7 +152,7 @@ private Q_SLOTS:
         // sqlite_sequence exists only for AUTOINCREMENT tables.
         QCOMPARE(query(m_db, "select name from sqlite_master where type = 'table' order by name"),
                  QList<Row>({{"hashTable"}, {"sqlite_sequence"}, {"tempTable"}}));
-        QCOMPARE(hashRowCount(m_db), 0);
+        QCOMPARE(TestSupport::cacheRows(m_db), 0);
     }
 
     // The copy step makes missing folders, leaves an existing file alone and reports failures.
@@ -223,7 +218,7 @@ private Q_SLOTS:
         first.add(dir() + "/other", digest(8), 1700000000);
         first.add(dir() + "/no digest", QByteArray(), 1700000000);
         store(first.all());
-        QCOMPARE(hashRowCount(m_db), 2);
+        QCOMPARE(TestSupport::cacheRows(m_db), 2);
         QCOMPARE(query(m_db, "select filePath, typeof(filePath) from hashTable where fileHash = '" +
                                  digest(7) + "'"),
                  QList<Row>({{path, "text"}}));
@@ -244,7 +239,7 @@ private Q_SLOTS:
         // A record taken from the cache is not stored again (and no failed insert is logged).
         second.all()[0]->md5 = digest(7);
         store(second.all());
-        QCOMPARE(hashRowCount(m_db), 2);
+        QCOMPARE(TestSupport::cacheRows(m_db), 2);
     }
 
     // A changed file is a miss; its new digest cannot replace the old row, and each failed
@@ -269,7 +264,7 @@ private Q_SLOTS:
                 .arg(QString::fromLatin1(digest(2)), m_dir->path());
         QTest::ignoreMessage(QtInfoMsg, text.toUtf8().constData());
         store(batch.all());
-        QCOMPARE(hashRowCount(m_db), 3);
+        QCOMPARE(TestSupport::cacheRows(m_db), 3);
         QCOMPARE(
             query(m_db, "select fileHash from hashTable where filePath = '" + dir() + "/Bob''s file.txt'"),
             QList<Row>({{digest(1)}}));
@@ -348,10 +343,10 @@ private Q_SLOTS:
             QVERIFY(execSql(
                 m_db, "CREATE TABLE notes (filePath TEXT, body TEXT); INSERT INTO notes VALUES ('a', 'b');"));
         } else if (kind == "folder") {
-            QVERIFY(QDir().mkpath(QFile::decodeName(m_db)));
+            QVERIFY(TestSupport::makeDir(m_db));
         } else {
             store(good.all());
-            QCOMPARE(hashRowCount(m_db), count);
+            QCOMPARE(TestSupport::cacheRows(m_db), count);
             QFile f(QFile::decodeName(m_db));
             QVERIFY(f.resize(f.size() / 2));
         }
@@ -408,11 +403,11 @@ private Q_SLOTS:
         store(changed.all());
         release();
         sqlite3_close(locker);
-        QCOMPARE(hashRowCount(m_db), 1);
+        QCOMPARE(TestSupport::cacheRows(m_db), 1);
         lookUp(first.all());
         QCOMPARE(cachedMd5(path), digest(1));
         store(changed.all());
-        QCOMPARE(hashRowCount(m_db), 2);
+        QCOMPARE(TestSupport::cacheRows(m_db), 2);
     }
 };
 
