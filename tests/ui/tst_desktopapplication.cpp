@@ -12,22 +12,11 @@
 #include "scan/ScanList.h"
 #include "support/Screenshots.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
 #include <QAction>
 #include <QFile>
-#include <QTemporaryDir>
-
-namespace {
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(content);
-}
-
-} // namespace
 
 // The application as main() puts it together: the scan view inside the main window, the
 // preferences window behind the menu and the exclusion prompt, the menu following the scan.
@@ -37,21 +26,16 @@ class TestDesktopApplication : public QObject
 private Q_SLOTS:
     void init()
     {
-        m_settingsDir = std::make_unique<QTemporaryDir>();
-        m_store = std::make_unique<QSettings>(m_settingsDir->filePath(QStringLiteral("s.ini")),
-                                              QSettings::IniFormat);
-        m_settings = std::make_unique<Settings>(m_store.get());
+        m_tree = std::make_unique<TestSupport::TestTree>();
         m_alerts = std::make_shared<ScriptedAlertPresenter>();
-        m_app = std::make_unique<DesktopApplication>(*m_settings, m_alerts);
+        m_app = std::make_unique<DesktopApplication>(m_tree->settings(), m_alerts);
         m_app->delegate()->mainWindow()->resize(990, 680);
         m_app->show();
     }
     void cleanup()
     {
         m_app.reset();
-        m_settings.reset();
-        m_store.reset();
-        m_settingsDir.reset();
+        m_tree.reset();
     }
 
     void scanViewFillsTheMainWindow()
@@ -64,10 +48,8 @@ private Q_SLOTS:
 
     void goToPreferencesOpensThePreferencesWindow()
     {
-        QTemporaryDir tree;
-        const QByteArray excluded = QFile::encodeName(tree.filePath(QStringLiteral("excluded")));
-        QDir().mkpath(QString::fromUtf8(excluded));
-        m_settings->setExcludedFolders({QString::fromUtf8(excluded)});
+        const QByteArray excluded = m_tree->dir("excluded");
+        m_tree->settings().setExcludedFolders({QString::fromUtf8(excluded)});
         QVERIFY(!m_app->delegate()->preferencesWindowController());
 
         m_alerts->enqueueAnswer(1); // "Go To Preferences"
@@ -83,9 +65,7 @@ private Q_SLOTS:
     // was when the window was made.
     void preferencesRefuseExcludingAScannedFolder()
     {
-        QTemporaryDir tree;
-        const QByteArray scanned = QFile::encodeName(tree.filePath(QStringLiteral("Photos")));
-        QDir().mkpath(QString::fromUtf8(scanned));
+        const QByteArray scanned = m_tree->dir("Photos");
         m_app->delegate()->openPrefernces();
         auto* prefs =
             qobject_cast<TamPreferencesWindowController*>(m_app->delegate()->preferencesWindowController());
@@ -107,12 +87,11 @@ private Q_SLOTS:
 
     void preferencesItemFollowsTheScan()
     {
-        QTemporaryDir tree;
         const QByteArray big(3 * 1024 * 1024, 'q');
         for (int i = 0; i < 3; ++i)
-            writeFile(tree.filePath(QStringLiteral("copy%1.bin").arg(i)), big);
-        m_settings->setValue(Settings::kMinimumFileSize, 0);
-        m_app->resultView()->scanList()->addPathInArrayToScan(QFile::encodeName(tree.path()));
+            m_tree->file("copies/copy" + QByteArray::number(i) + ".bin", big);
+        m_tree->settings().setValue(Settings::kMinimumFileSize, 0);
+        m_app->resultView()->scanList()->addPathInArrayToScan(m_tree->path("copies"));
 
         QAction* prefs = m_app->delegate()->preferencesAction();
         QSignalSpy scanning(m_app->resultView(), &ResultViewController::scanningChanged);
@@ -135,9 +114,7 @@ private Q_SLOTS:
     }
 
 private:
-    std::unique_ptr<QTemporaryDir> m_settingsDir;
-    std::unique_ptr<QSettings> m_store;
-    std::unique_ptr<Settings> m_settings;
+    std::unique_ptr<TestSupport::TestTree> m_tree;
     std::shared_ptr<ScriptedAlertPresenter> m_alerts;
     std::unique_ptr<DesktopApplication> m_app;
 };

@@ -394,8 +394,8 @@ private Q_SLOTS:
         const QString db = QFile::decodeName(SqliteDBOperations::getDbPathInLibrary());
         QVERIFY(db.startsWith(QFile::decodeName(TestSupport::testHome())));
         const QString other = QFileInfo(db).path() + QStringLiteral("/other-file");
-        QVERIFY(QDir().mkpath(QFileInfo(db).path()));
-        QVERIFY(QFile(db).open(QIODevice::WriteOnly) && QFile(other).open(QIODevice::WriteOnly));
+        QVERIFY(TestSupport::writeFile(QFile::encodeName(db), "cache") &&
+                TestSupport::writeFile(QFile::encodeName(other), "other"));
         TamGeneralViewController pane(settings());
         auto* button = child<QPushButton>(pane.view(), "btnClearCache");
         button->click();
