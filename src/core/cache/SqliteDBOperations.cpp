@@ -21,7 +21,6 @@
 #include <limits>
 #include <mutex>
 #include <sqlite3.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -262,40 +261,9 @@ QString insertStatementText(const FileInfoNode& node)
              QString::fromLatin1(sixDecimals(node.modDate)), path, QString::number(node.fileSize));
 }
 
-// Creates the folder and its missing parents from the exact path bytes.
-bool makeFolder(const QByteArray& folder)
-{
-    if (folder.isEmpty())
-        return false;
-    struct stat st;
-    if (::stat(folder.constData(), &st) == 0)
-        return S_ISDIR(st.st_mode);
-    const qsizetype slash = folder.lastIndexOf('/');
-    if (slash > 0 && !makeFolder(folder.left(slash)))
-        return false;
-    return ::mkdir(folder.constData(), 0700) == 0 || errno == EEXIST;
-}
-
 QString errnoText(int error)
 {
     return QString::fromLocal8Bit(std::strerror(error));
-}
-
-bool writeAll(int fd, const QByteArray& data)
-{
-    const char* p = data.constData();
-    qsizetype left = data.size();
-    while (left > 0) {
-        const ssize_t n = ::write(fd, p, size_t(left));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        p += n;
-        left -= n;
-    }
-    return true;
 }
 
 // Writes the shipped database beside the target and links it into place, so that no reader
@@ -315,7 +283,7 @@ bool installDatabase(const QByteArray& folder, const QByteArray& target, const Q
             in.error() != QFileDevice::NoError ? in.errorString() : QStringLiteral("the source is empty");
         return false;
     }
-    if (!makeFolder(folder)) {
+    if (!PathUtils::makeFolders(folder)) {
         *error = errnoText(errno);
         return false;
     }
@@ -325,7 +293,7 @@ bool installDatabase(const QByteArray& folder, const QByteArray& target, const Q
         *error = errnoText(errno);
         return false;
     }
-    bool ok = writeAll(fd, data);
+    bool ok = Platform::writeAll(fd, data.constData(), data.size());
     int savedErrno = errno;
     if (::close(fd) != 0 && ok) {
         ok = false;

@@ -11,7 +11,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <sqlite3.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -125,17 +124,6 @@ void removeIfExists(const QByteArray& path)
     ::unlink(path.constData());
 }
 
-bool makeFolders(const QByteArray& path)
-{
-    for (qsizetype slash = path.indexOf('/', 1);; slash = path.indexOf('/', slash + 1)) {
-        const QByteArray part = slash < 0 ? path : path.left(slash);
-        if (::mkdir(part.constData(), 0700) != 0 && errno != EEXIST)
-            return false;
-        if (slash < 0)
-            return PathUtils::isDirectory(path);
-    }
-}
-
 bool copyFile(const QByteArray& from, const QByteArray& to, QString* error)
 {
     const auto fail = [&](int code) {
@@ -162,15 +150,10 @@ bool copyFile(const QByteArray& from, const QByteArray& to, QString* error)
             code = n < 0 ? errno : 0;
             break;
         }
-        for (ssize_t done = 0; done < n && !code;) {
-            const ssize_t w = ::write(out, buffer + done, size_t(n - done));
-            if (w < 0 && errno != EINTR)
-                code = errno;
-            else if (w > 0)
-                done += w;
-        }
-        if (code)
+        if (!Platform::writeAll(out, buffer, n)) {
+            code = errno;
             break;
+        }
     }
     ::close(in);
     if (::close(out) != 0 && !code)
@@ -239,7 +222,7 @@ std::optional<QList<PhotoRecord>> DBOperations::getImagesFromlibraryPath(const Q
 {
     const QByteArray library = chopTrailingSlashes(libraryPath);
     const QByteArray caches = Platform::cachesFolder();
-    makeFolders(caches);
+    PathUtils::makeFolders(caches);
 
     const QByteArray source = CommonFuncs::getDataBasePathForPhotosLib(library);
     const QByteArray copy = PathUtils::join(caches, PathUtils::lastPathComponent(source));

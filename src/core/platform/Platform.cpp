@@ -241,6 +241,21 @@ std::optional<QByteArray> runWithInput(const QString& program, const QStringList
     return process.readAllStandardOutput();
 }
 
+bool writeAll(int fd, const char* data, qsizetype size)
+{
+    while (size > 0) {
+        const ssize_t n = ::write(fd, data, size_t(size));
+        if (n < 0) {
+            if (errno == EINTR)
+                continue;
+            return false;
+        }
+        data += n;
+        size -= n;
+    }
+    return true;
+}
+
 std::optional<QByteArray> runAppleScript(const QString& script, const QStringList& arguments, int timeoutMs)
 {
     QStringList args{QStringLiteral("-")};

@@ -55,6 +55,10 @@ QString fileUriForPath(const QByteArray& absolutePath);
 // not touched, and symbolic links are not resolved.
 QByteArray absolutePath(const QByteArray& path);
 
+// Writes all size bytes to the descriptor, retrying short and interrupted writes; false on an
+// error, with errno telling why.
+bool writeAll(int fd, const char* data, qsizetype size);
+
 // Runs program with arguments, writes input to its standard input and closes it, and returns
 // what it printed on standard output. Nothing when it cannot start, exits with an error or
 // does not finish within timeoutMs (it is then killed). Values belong in the arguments, never

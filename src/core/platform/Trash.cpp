@@ -117,21 +117,6 @@ int renameNoReplace(const QByteArray& from, const QByteArray& to)
     return ::rename(from.constData(), to.constData());
 }
 
-bool writeAll(int fd, const QByteArray& data)
-{
-    qsizetype done = 0;
-    while (done < data.size()) {
-        const ssize_t n = ::write(fd, data.constData() + done, size_t(data.size() - done));
-        if (n < 0) {
-            if (errno == EINTR)
-                continue;
-            return false;
-        }
-        done += n;
-    }
-    return true;
-}
-
 #ifdef Q_OS_MACOS
 class QtTrash : public TrashInterface
 {
@@ -301,7 +286,7 @@ TrashOutcome FreedesktopTrash::moveInto(const QByteArray& trashDir, const QByteA
             ::unlink(infoPath.constData());
             continue;
         }
-        const bool written = writeAll(fd, info);
+        const bool written = Platform::writeAll(fd, info.constData(), info.size());
         const int writeErrno = errno;
         if (::close(fd) != 0 || !written) {
             const int err = written ? errno : writeErrno;

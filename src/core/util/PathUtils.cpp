@@ -1,6 +1,7 @@
 #include "util/PathUtils.h"
 
 #include <QFile>
+#include <cerrno>
 #include <dirent.h>
 #include <sys/stat.h>
 
@@ -79,6 +80,23 @@ bool isDirectory(const QByteArray& path)
 {
     struct stat st;
     return ::stat(path.constData(), &st) == 0 && S_ISDIR(st.st_mode);
+}
+
+bool makeFolders(const QByteArray& folder)
+{
+    if (folder.isEmpty())
+        return false;
+    struct stat st;
+    if (::stat(folder.constData(), &st) == 0) {
+        if (S_ISDIR(st.st_mode))
+            return true;
+        errno = ENOTDIR;
+        return false;
+    }
+    const qsizetype slash = folder.lastIndexOf('/');
+    if (slash > 0 && !makeFolders(folder.left(slash)))
+        return false;
+    return ::mkdir(folder.constData(), 0700) == 0 || errno == EEXIST;
 }
 
 std::optional<QByteArray> resolveIgnoringCase(const QByteArray& base, const QByteArray& relative)

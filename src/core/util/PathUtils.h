@@ -35,6 +35,10 @@ QByteArray fromText(const QString& path);
 bool exists(const QByteArray& path);
 bool isDirectory(const QByteArray& path); // follows links, like the file manager's test
 
+// Creates the folder and its missing parents (mode 0700) from the exact path bytes; true when
+// the folder exists afterwards. On failure errno tells why.
+bool makeFolders(const QByteArray& folder);
+
 // Finds base/relative where each component of `relative` ("Database/apdb/Library.apdb") is
 // matched against the real entries of its folder without regard to letter case, as a
 // case-insensitive file system would; an exact match wins. Nothing when a component is
