@@ -396,12 +396,8 @@ bool DBOperations::updateFolderCount(const QByteArray& dbPath, const QString& ta
 bool DBOperations::markInTrashForMaster(const QByteArray& dbPath, const QString& tableName,
                                         const QString& uuid)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("UPDATE ", tableName, " SET isInTrash=1 WHERE uuid=?1;"));
-    if (!stmt)
-        return false;
-    stmt.bindText(1, uuid);
-    return stmt.step() == SQLITE_DONE;
+    // A master row is flagged by the same statement as a version row.
+    return justMarkInTrashForVersion(dbPath, tableName, uuid);
 }
 
 bool DBOperations::tableEmptyData(const QByteArray& dbPath, const QString& tableName)
