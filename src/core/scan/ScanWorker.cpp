@@ -194,9 +194,14 @@ void ScanWorker::createAndAddToArrayFileNodeForPath(const QByteArray& path, cons
         return;
     m_state.setCurrentFile(path);
     dictAllFilePath.insert(key);
+    addScannedNode(std::move(*node));
+}
+
+void ScanWorker::addScannedNode(FileInfoNode&& node)
+{
     m_state.countScanned.fetch_add(1, std::memory_order_relaxed);
-    m_state.totSizeScanned.fetch_add(node->fileSize, std::memory_order_relaxed);
-    m_result.addNode(std::move(*node));
+    m_state.totSizeScanned.fetch_add(node.fileSize, std::memory_order_relaxed);
+    m_result.addNode(std::move(node));
 }
 
 void ScanWorker::addImagesForiPhotoPhotosLibrary(const QByteArray& path, bool isiPhotoLibrary)
@@ -274,10 +279,8 @@ void ScanWorker::createAndAddToArrayFileNodeForiPhotoNode(DataFiller* loader)
         if (!node)
             continue;
         dictAllFilePath.insert(key);
-        m_state.countScanned.fetch_add(1, std::memory_order_relaxed);
-        m_state.totSizeScanned.fetch_add(node->fileSize, std::memory_order_relaxed);
         node->obj_iPhoto = loader;
-        m_result.addNode(std::move(*node));
+        addScannedNode(std::move(*node));
     }
 }
 
@@ -294,12 +297,10 @@ void ScanWorker::checkAndMAkePhotoDataFillerObjectAndAddPhotos(const QByteArray&
             continue;
         node->isPhotosNode = true;
         node->libraryPath = path;
-        m_state.countScanned.fetch_add(1, std::memory_order_relaxed);
-        m_state.totSizeScanned.fetch_add(node->fileSize, std::memory_order_relaxed);
         node->photosInfo = std::make_unique<PhotosNode>(PhotosNode::initWithPhotosOriginalPath(
             row.imagePath, QByteArray(), row.originalFileName, row.fileSize, row.uuid, row.modelId,
             row.uuidRKVersion, path));
-        m_result.addNode(std::move(*node));
+        addScannedNode(std::move(*node));
     }
 }
 

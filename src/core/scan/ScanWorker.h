@@ -59,6 +59,8 @@ public:
 private:
     void parseItem(int dirfd, const char* name, const QByteArray& path, const FileAttributes& attributes);
     void parseDirectory(int dirfd, const char* name, const QByteArray& path);
+    // Counts the record in the progress totals and hands it to the result.
+    void addScannedNode(FileInfoNode&& node);
 
     Config m_config;
     ScanResult& m_result;
