@@ -125,7 +125,7 @@ QString CommonFuncs::getPhotoLibraryMajorVersion(const QString& version)
 
 QString CommonFuncs::photoLibrary_MastersOrOriginal(const QByteArray& libraryPath)
 {
-    if (getPhotoLibraryMajorVersion(getPhotoLibraryVersion(libraryPath)) != QLatin1String("9"))
+    if (getPhotoLibraryVersion(libraryPath) != QLatin1String("9"))
         return {};
     const std::optional<QByteArray> masters =
         PathUtils::resolveIgnoringCase(libraryPath, QByteArrayLiteral("masters"));
@@ -136,13 +136,8 @@ QString CommonFuncs::photoLibrary_MastersOrOriginal(const QByteArray& libraryPat
 
 bool CommonFuncs::isPkgPhotoLib(const QByteArray& libraryPath)
 {
-    if (!PathUtils::resolveIgnoringCase(libraryPath, QByteArrayLiteral("AlbumData.xml")))
-        return false;
-    const QString folder = photoLibrary_MastersOrOriginal(libraryPath);
-    if (folder.isEmpty())
-        return false;
-    const std::optional<QByteArray> found = PathUtils::resolveIgnoringCase(libraryPath, folder.toUtf8());
-    return found && PathUtils::isDirectory(*found);
+    // A folder name comes back only after AlbumData.xml was read and the folder was found.
+    return !photoLibrary_MastersOrOriginal(libraryPath).isEmpty();
 }
 
 bool CommonFuncs::isiPhotoLibrary9AndAbove(const QByteArray& libraryPath)
