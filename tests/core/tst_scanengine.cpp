@@ -228,7 +228,7 @@ private Q_SLOTS:
         QFETCH(bool, allowed);
         file("f1", "one");
         file("f2", "two");
-        QDir().mkpath(QFile::decodeName(p("d")));
+        m_tree->dir("d");
         std::vector<FilePathNode> nodes;
         QList<QByteArray> paths;
         for (qsizetype i = 0; i < entries.size(); ++i) {

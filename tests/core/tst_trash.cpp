@@ -182,9 +182,7 @@ private Q_SLOTS:
     // files/) are never overwritten or reused.
     void nameClashes()
     {
-        QVERIFY(QDir().mkpath(QFile::decodeName(m_trash + "/files")));
-        QVERIFY(QDir().mkpath(QFile::decodeName(m_trash + "/info")));
-        QVERIFY(writeFile(m_trash + "/files/a.txt", "orphan entry"));
+        QVERIFY(writeFile(m_trash + "/files/a.txt", "orphan entry")); // makes the folders
         QVERIFY(writeFile(m_trash + "/info/a.txt.2.trashinfo", "orphan info"));
         QByteArrayList trashed;
         for (const QByteArray folder : {"one", "two", "three"}) {
@@ -245,7 +243,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, blocker);
         QFETCH(QByteArray, item);
         for (const QByteArray& folder : folders)
-            QVERIFY(QDir().mkpath(QFile::decodeName(m_home + "/" + folder)));
+            QVERIFY(makeDir(m_home + "/" + folder));
         if (!blocker.isEmpty())
             QVERIFY(writeFile(m_home + "/" + blocker, "blocker"));
         const QByteArray path = item.isEmpty() ? item : m_home + "/" + item;
