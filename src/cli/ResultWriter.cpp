@@ -3,6 +3,7 @@
 #include "model/ScanResult.h"
 #include "util/CommonFuncs.h"
 
+#include <QByteArrayView>
 #include <algorithm>
 #include <cstdio>
 
@@ -88,44 +89,6 @@ void ResultWriter::writeText(const ScanResult& result, const Sink& sink)
     out.flush();
 }
 
-bool ResultWriter::isValidUtf8(const QByteArray& bytes)
-{
-    const auto* s = reinterpret_cast<const unsigned char*>(bytes.constData());
-    const qsizetype n = bytes.size();
-    qsizetype i = 0;
-    while (i < n) {
-        const unsigned char c = s[i];
-        if (c < 0x80) {
-            ++i;
-            continue;
-        }
-        int length;
-        unsigned min;
-        unsigned cp;
-        if ((c & 0xE0) == 0xC0) {
-            length = 2, min = 0x80, cp = c & 0x1F;
-        } else if ((c & 0xF0) == 0xE0) {
-            length = 3, min = 0x800, cp = c & 0x0F;
-        } else if ((c & 0xF8) == 0xF0) {
-            length = 4, min = 0x10000, cp = c & 0x07;
-        } else {
-            return false;
-        }
-        if (i + length > n)
-            return false;
-        for (int k = 1; k < length; ++k) {
-            if ((s[i + k] & 0xC0) != 0x80)
-                return false;
-            cp = (cp << 6) | (s[i + k] & 0x3F);
-        }
-        // Overlong forms, UTF-16 surrogates and values past U+10FFFF are not UTF-8.
-        if (cp < min || cp > 0x10FFFF || (cp >= 0xD800 && cp <= 0xDFFF))
-            return false;
-        i += length;
-    }
-    return true;
-}
-
 QByteArray ResultWriter::jsonString(const QByteArray& utf8)
 {
     QByteArray out;
@@ -171,7 +134,8 @@ QByteArray ResultWriter::jsonString(const QByteArray& utf8)
 
 QByteArray ResultWriter::jsonPath(const QByteArray& path)
 {
-    if (isValidUtf8(path))
+    // Qt's test rejects overlong forms, UTF-16 surrogates and values past U+10FFFF.
+    if (QByteArrayView(path).isValidUtf8())
         return jsonString(path);
     return "{\"base64\": \"" + path.toBase64() + "\"}";
 }

@@ -27,5 +27,4 @@ public:
     // A path as a JSON value: a string when it is valid UTF-8, else {"base64": "..."}.
     static QByteArray jsonPath(const QByteArray& path);
     static QByteArray jsonString(const QByteArray& utf8);
-    static bool isValidUtf8(const QByteArray& bytes);
 };

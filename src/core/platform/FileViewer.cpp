@@ -4,14 +4,10 @@
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
+#include <QByteArrayView>
 #include <QProcess>
 
 namespace {
-
-bool isValidUtf8(const QByteArray& bytes)
-{
-    return QString::fromUtf8(bytes).toUtf8() == bytes;
-}
 
 bool startDetached(const QString& program, const QStringList& arguments)
 {
@@ -26,7 +22,7 @@ XdgOpenFileViewer::XdgOpenFileViewer(Launcher launcher) : m_launcher(std::move(l
 
 QString XdgOpenFileViewer::folderArgument(const QByteArray& folder)
 {
-    if (isValidUtf8(folder))
+    if (QByteArrayView(folder).isValidUtf8())
         return QString::fromUtf8(folder);
     return Platform::fileUriForPath(folder);
 }
