@@ -2,6 +2,7 @@
 #include "platform/FileViewer.h"
 #include "platform/Platform.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/PathUtils.h"
 
 #include <QElapsedTimer>
@@ -24,9 +25,8 @@ auto overrideEnv(const char* name, const QByteArray& value)
 bool makeItem(const QByteArray& path, const QString& kind)
 {
     if (kind == "dir")
-        return ::mkdir(path.constData(), 0755) == 0 || errno == EEXIST;
-    const int fd = kind == "file" ? ::open(path.constData(), O_WRONLY | O_CREAT | O_TRUNC, 0644) : -1;
-    return kind != "file" || (fd >= 0 && ::write(fd, "hello world", 11) == 11 && ::close(fd) == 0);
+        return TestSupport::makeDir(path);
+    return kind != "file" || TestSupport::writeFile(path, "hello world");
 }
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 
 #include <QDir>
 #include <QFile>
@@ -101,9 +102,7 @@ private Q_SLOTS:
             settings.setExcludedFolders({});
             settings.synchronize();
         } else {
-            QFile f(file);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-            f.write(text);
+            QVERIFY(TestSupport::writeFile(QFile::encodeName(file), text));
         }
         QSettings store(asNextStart(file), QSettings::IniFormat);
         Settings settings(&store);
