@@ -97,36 +97,21 @@ bool preadFully(int fd, char* buffer, qint64 length, qint64 offset)
     return true;
 }
 
-struct PackageEntry
-{
-    QByteArray name;
-    unsigned char type;
-};
-
 // Appends the digests of the files below dirfd/name to md5; false when aborted or unreadable.
 bool appendPackageDigests(int dirfd, const char* name, const QByteArray& path, QByteArray& md5,
                           const std::atomic<bool>* abortFlag)
 {
-    const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
+    const int self = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (self < 0)
         return false;
-    DIR* dir = ::fdopendir(fd);
-    if (!dir) {
-        ::close(fd);
+    const int listed = ::dup(self);
+    if (listed < 0) {
+        ::close(self);
         return false;
     }
-    std::vector<PackageEntry> entries;
-    while (struct dirent* e = ::readdir(dir)) {
-        const char* n = e->d_name;
-        if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0)))
-            continue;
-        entries.push_back({QByteArray(n), e->d_type});
-    }
-    std::sort(entries.begin(), entries.end(),
-              [](const PackageEntry& a, const PackageEntry& b) { return a.name < b.name; });
-    const int self = ::dirfd(dir);
+    const std::vector<PathUtils::DirEntry> entries = PathUtils::sortedEntries(listed);
     bool ok = true;
-    for (const PackageEntry& entry : entries) {
+    for (const PathUtils::DirEntry& entry : entries) {
         if (entry.name == ".DS_Store" || entry.name == ".localized")
             continue;
         if (abortFlag->load()) {
@@ -154,7 +139,7 @@ bool appendPackageDigests(int dirfd, const char* name, const QByteArray& path, Q
         }
         // Links and special files inside a package are neither followed nor read.
     }
-    ::closedir(dir);
+    ::close(self);
     return ok;
 }
 
@@ -487,6 +472,14 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t)
             hashers.emplace_back([this, &work] { hashWorker(work); });
 
+    const auto startGroup = [this](FileInfoNode* node) {
+        DuplicateGroup* group = m_result.addGroup();
+        group->groupSize = node->fileSize;
+        group->children.push_back(node);
+        group->filteredChildren.push_back(node);
+        node->parent = group;
+        return group;
+    };
     GroupsByDigest dictMapMD5ToGroup;
     std::vector<FileInfoNode*> batch;
     batch.reserve(kBatchSize);
@@ -507,11 +500,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         grouped[i] = true;
         if (status == Unique) {
             // Proven unique: the one-member group the full digest would have made, no md5.
-            DuplicateGroup* group = m_result.addGroup();
-            group->groupSize = node->fileSize;
-            group->children.push_back(node);
-            group->filteredChildren.push_back(node);
-            node->parent = group;
+            startGroup(node);
             batch.push_back(node);
         } else {
             if (status == Cached && !node->isMd5Calucaluted) {
@@ -532,12 +521,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                     group->filteredChildren.push_back(node);
                     group->children.push_back(node);
                 } else {
-                    group = m_result.addGroup();
-                    node->parent = group;
-                    group->groupSize = node->fileSize;
-                    group->children.push_back(node);
-                    group->filteredChildren.push_back(node);
-                    dictMapMD5ToGroup.insert(group, hash);
+                    dictMapMD5ToGroup.insert(startGroup(node), hash);
                 }
             }
             batch.push_back(node);

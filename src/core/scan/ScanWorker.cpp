@@ -15,7 +15,6 @@
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <chrono>
 #include <dirent.h>
@@ -27,34 +26,6 @@ namespace {
 
 const QString kPhotosBundle = QStringLiteral("com.apple.Photos");
 const QString kiPhotoBundle = QStringLiteral("com.apple.iPhoto");
-
-struct DirEntry
-{
-    QByteArray name;
-    unsigned char type;
-};
-
-// Entry names of an open directory, "." and ".." left out, sorted byte for byte so the walk
-// is the same on every file system. Takes ownership of fd.
-std::vector<DirEntry> listDirectory(int fd)
-{
-    std::vector<DirEntry> entries;
-    DIR* dir = ::fdopendir(fd);
-    if (!dir) {
-        ::close(fd);
-        return entries;
-    }
-    while (struct dirent* e = ::readdir(dir)) {
-        const char* n = e->d_name;
-        if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0)))
-            continue;
-        entries.push_back({QByteArray(n), e->d_type});
-    }
-    ::closedir(dir);
-    std::sort(entries.begin(), entries.end(),
-              [](const DirEntry& a, const DirEntry& b) { return a.name < b.name; });
-    return entries;
-}
 
 bool isSkippedName(const QByteArray& name)
 {
@@ -151,8 +122,8 @@ void ScanWorker::parseDirectory(int dirfd, const char* name, const QByteArray& p
     const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
     if (fd < 0)
         return;
-    const std::vector<DirEntry> entries = listDirectory(::dup(fd));
-    for (const DirEntry& entry : entries) {
+    const std::vector<PathUtils::DirEntry> entries = PathUtils::sortedEntries(::dup(fd));
+    for (const PathUtils::DirEntry& entry : entries) {
         if (isSkippedName(entry.name))
             continue;
         if (m_state.aborted())

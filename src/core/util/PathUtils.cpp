@@ -1,9 +1,11 @@
 #include "util/PathUtils.h"
 
 #include <QFile>
+#include <algorithm>
 #include <cerrno>
 #include <dirent.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 namespace PathUtils {
 
@@ -97,6 +99,26 @@ bool makeFolders(const QByteArray& folder)
     if (slash > 0 && !makeFolders(folder.left(slash)))
         return false;
     return ::mkdir(folder.constData(), 0700) == 0 || errno == EEXIST;
+}
+
+std::vector<DirEntry> sortedEntries(int fd)
+{
+    std::vector<DirEntry> entries;
+    DIR* dir = ::fdopendir(fd);
+    if (!dir) {
+        ::close(fd);
+        return entries;
+    }
+    while (const dirent* e = ::readdir(dir)) {
+        const char* n = e->d_name;
+        if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0)))
+            continue;
+        entries.push_back({QByteArray(n), e->d_type});
+    }
+    ::closedir(dir);
+    std::sort(entries.begin(), entries.end(),
+              [](const DirEntry& a, const DirEntry& b) { return a.name < b.name; });
+    return entries;
 }
 
 std::optional<QByteArray> resolveIgnoringCase(const QByteArray& base, const QByteArray& relative)

@@ -3,6 +3,7 @@
 #include <QByteArray>
 #include <QString>
 #include <optional>
+#include <vector>
 
 // File names on Linux are bytes, not text: every path in core is a QByteArray holding the
 // exact bytes the file system uses, so a name that is not valid UTF-8 survives untouched.
@@ -38,6 +39,18 @@ bool isDirectory(const QByteArray& path); // follows links, like the file manage
 // Creates the folder and its missing parents (mode 0700) from the exact path bytes; true when
 // the folder exists afterwards. On failure errno tells why.
 bool makeFolders(const QByteArray& folder);
+
+// One entry of a directory listing: its name and the type readdir gave (DT_UNKNOWN when the
+// file system does not say).
+struct DirEntry
+{
+    QByteArray name;
+    unsigned char type;
+};
+
+// The entries of an open directory, "." and ".." left out, sorted byte for byte so that a walk
+// is the same on every file system. Takes ownership of fd (closed also on failure).
+std::vector<DirEntry> sortedEntries(int fd);
 
 // Finds base/relative where each component of `relative` ("Database/apdb/Library.apdb") is
 // matched against the real entries of its folder without regard to letter case, as a
