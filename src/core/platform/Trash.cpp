@@ -67,16 +67,9 @@ bool ensureDirectory(const QByteArray& path, bool followLink, QString* error)
 // mkdir -p with mode 0700 for every folder it makes (~/.local/share may not exist yet).
 bool ensureDirectoryPath(const QByteArray& path, QString* error)
 {
-    qsizetype pos = 1;
-    while (pos < path.size()) {
-        qsizetype slash = path.indexOf('/', pos);
-        if (slash < 0)
-            slash = path.size();
-        const QByteArray part = path.left(slash);
-        struct stat st;
-        if (::stat(part.constData(), &st) != 0 && !ensureDirectory(part, true, error))
-            return false;
-        pos = slash + 1;
+    if (!PathUtils::makeFolders(path)) {
+        *error = QStringLiteral("Could not make the folder %1: %2").arg(display(path), errorText(errno));
+        return false;
     }
     return ensureDirectory(path, true, error);
 }
