@@ -261,11 +261,6 @@ QString insertStatementText(const FileInfoNode& node)
              QString::fromLatin1(sixDecimals(node.modDate)), path, QString::number(node.fileSize));
 }
 
-QString errnoText(int error)
-{
-    return QString::fromLocal8Bit(std::strerror(error));
-}
-
 // Writes the shipped database beside the target and links it into place, so that no reader
 // ever sees half a file and a database that appeared meanwhile is never replaced. The copy is
 // writable (the resource itself is read-only) and private to the user.
@@ -284,13 +279,13 @@ bool installDatabase(const QByteArray& folder, const QByteArray& target, const Q
         return false;
     }
     if (!PathUtils::makeFolders(folder)) {
-        *error = errnoText(errno);
+        *error = qt_error_string(errno);
         return false;
     }
     QByteArray temporary = target + ".XXXXXX";
     const int fd = ::mkstemp(temporary.data());
     if (fd < 0) {
-        *error = errnoText(errno);
+        *error = qt_error_string(errno);
         return false;
     }
     bool ok = Platform::writeAll(fd, data.constData(), data.size());
@@ -310,7 +305,7 @@ bool installDatabase(const QByteArray& folder, const QByteArray& target, const Q
     }
     ::unlink(temporary.constData());
     if (!ok)
-        *error = errnoText(savedErrno);
+        *error = qt_error_string(savedErrno);
     return ok;
 }
 

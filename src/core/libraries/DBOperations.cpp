@@ -8,7 +8,6 @@
 
 #include <QStringDecoder>
 #include <cerrno>
-#include <cstring>
 #include <fcntl.h>
 #include <sqlite3.h>
 #include <unistd.h>
@@ -128,7 +127,7 @@ bool copyFile(const QByteArray& from, const QByteArray& to, QString* error)
 {
     const auto fail = [&](int code) {
         if (error)
-            *error = QString::fromLocal8Bit(std::strerror(code));
+            *error = qt_error_string(code);
         return false;
     };
     const int in = ::open(from.constData(), O_RDONLY | O_CLOEXEC);
