@@ -16,7 +16,6 @@ public:
     controllerWithIdentifier(const QString& identifier);
 
     QString identifier() const override { return m_identifier; }
-    void setIdentifier(const QString& identifier) { m_identifier = identifier; }
     QIcon toolbarItemImage() const override { return {}; }
     QString toolbarItemLabel() const override { return {}; }
     // A fresh item with the identifier and nothing else.

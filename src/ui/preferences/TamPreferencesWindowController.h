@@ -97,9 +97,6 @@ public:
     QToolBar* toolbar() const { return m_toolbar; }
     const QList<QAction*>& toolbarItems() const { return m_toolbarItems; }
     QWidget* contentView() const { return m_contentView; }
-    bool isWindowLoaded() const { return m_windowLoaded; }
-    // The identifier of the highlighted toolbar item (empty when none).
-    QString toolbarSelectedItemIdentifier() const { return m_toolbarSelectedIdentifier; }
 
     // Loads the window if needed, shows it and brings it to the front.
     void showWindow();

@@ -13,7 +13,6 @@ public:
 
     // While a drag hovers over the drop area the inside is tinted.
     void setHighlighted(bool highlighted);
-    bool isHighlighted() const { return m_highlighted; }
 
     static QColor borderColor();
 

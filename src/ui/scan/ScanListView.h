@@ -35,11 +35,9 @@ public:
 
     DragDropBox* dropBox() const { return m_dropBox; }
     DragDropImageView* imageView() const { return m_imageView; }
-    DDCustomView* dropFrame() const { return m_dropFrame; }
     QToolButton* addButton() const { return m_addButton; }
     ScanListTableView* tableView() const { return m_table; }
     ScanListModel* model() const { return m_model; }
-    RemoveButtonDelegate* removeDelegate() const { return m_removeDelegate; }
     QPushButton* scanButton() const { return m_scanButton; }
     QLabel* countLabel() const { return m_countLabel; }
 

@@ -38,7 +38,6 @@ public:
     QLabel* dupCountLabel() const { return m_dupCount; }
     QLabel* reclaimableLabel() const { return m_reclaimable; }
     ElidedLabel* currentFileLabel() const { return m_currentFile; }
-    QProgressBar* busyBar() const { return m_busy; }
     QPushButton* stopButton() const { return m_stop; }
     QPushButton* backButton() const { return m_back; }
     QPushButton* showResultsButton() const { return m_showResults; }
