@@ -3,6 +3,7 @@
 #include "platform/FileViewer.h"
 #include "platform/Platform.h"
 #include "scan/ScanList.h"
+#include "support/RecordingFileViewer.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -15,17 +16,6 @@
 #include <sys/stat.h>
 
 namespace {
-
-class RecordingFileViewer : public FileViewer
-{
-public:
-    bool showItems(const QList<QByteArray>& paths) override
-    {
-        shown += paths;
-        return true;
-    }
-    QList<QByteArray> shown;
-};
 
 QList<QByteArray> rowPaths(const ScanList& list)
 {

@@ -16,6 +16,7 @@
 #include "scan/ScanOptions.h"
 #include "scan/ScanProgressView.h"
 #include "scan/TemporaryGroupsView.h"
+#include "support/RecordingFileViewer.h"
 #include "support/Screenshots.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
@@ -46,17 +47,6 @@ public:
     }
     QList<QList<QByteArray>> answers;
     QList<Kind> kinds;
-};
-
-class RecordingFileViewer : public FileViewer
-{
-public:
-    bool showItems(const QList<QByteArray>& paths) override
-    {
-        shown += paths;
-        return true;
-    }
-    QList<QByteArray> shown;
 };
 
 // The header of the main window takes the rest of its 990 x 680 points.
