@@ -320,7 +320,6 @@ private Q_SLOTS:
         QTest::newRow("random bytes") << "random";
         QTest::newRow("zero length") << "zero";
         QTest::newRow("foreign tables") << "foreign";
-        QTest::newRow("truncated") << "truncated";
         QTest::newRow("folder in its place") << "folder";
     }
     // A broken or foreign cache file costs only speed: nothing wrong is handed out, and a file
@@ -342,13 +341,8 @@ private Q_SLOTS:
         } else if (kind == "foreign") {
             QVERIFY(execSql(
                 m_db, "CREATE TABLE notes (filePath TEXT, body TEXT); INSERT INTO notes VALUES ('a', 'b');"));
-        } else if (kind == "folder") {
-            QVERIFY(TestSupport::makeDir(m_db));
         } else {
-            store(good.all());
-            QCOMPARE(TestSupport::cacheRows(m_db), count);
-            QFile f(QFile::decodeName(m_db));
-            QVERIFY(f.resize(f.size() / 2));
+            QVERIFY(TestSupport::makeDir(m_db));
         }
         const QByteArray before = readBytes(m_db);
 
@@ -358,8 +352,7 @@ private Q_SLOTS:
             QCOMPARE(it.value().fileMd5, digest(it.key().mid(it.key().lastIndexOf('/') + 1).toInt() + 1));
         AppGlobals::dictDataBaseFilesMd5.clear();
         store(std::vector<FileInfoNode*>(good.all().begin(), good.all().begin() + 1000));
-        if (kind != "truncated")
-            QCOMPARE(readBytes(m_db), before);
+        QCOMPARE(readBytes(m_db), before);
     }
 
     void lockedCache_data()

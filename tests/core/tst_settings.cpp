@@ -154,11 +154,8 @@ private Q_SLOTS:
         QTest::addColumn<QString>("version");
         QTest::addColumn<int>("flag"); // the only flag set: 7, 8, 9, 10 or 13
         QTest::newRow("10.7") << QStringLiteral("10.7") << 7;
-        QTest::newRow("10.8") << QStringLiteral("10.8") << 8;
-        QTest::newRow("10.9") << QStringLiteral("10.9") << 9;
         QTest::newRow("10.13") << QStringLiteral("10.13") << 13;
         QTest::newRow("10.130 is not 10.13") << QStringLiteral("10.130") << 10;
-        QTest::newRow("14.2") << QStringLiteral("14.2") << 10;
     }
     void osVersionFlags()
     {

@@ -2,7 +2,6 @@
 
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
-#include "cache/SqliteDBOperations.h"
 #include "preferences/PreferencesWindowFactory.h"
 #include "preferences/TamExcludeViewController.h"
 #include "preferences/TamGeneralViewController.h"
@@ -15,13 +14,11 @@
 #include <QAbstractButton>
 #include <QCheckBox>
 #include <QComboBox>
-#include <QFileDialog>
 #include <QPropertyAnimation>
 #include <QPushButton>
 #include <QRadioButton>
 #include <QSpinBox>
 #include <QToolBar>
-#include <QWidgetAction>
 #include <memory>
 
 namespace {
@@ -113,19 +110,6 @@ private Q_SLOTS:
 
     // A settings file of its own for each case.
     void init() { m_tree = std::make_unique<TestSupport::TestTree>(); }
-
-    void emptyPaneList()
-    {
-        settings().setValue(Settings::kSelectedPreferencesItem, QStringLiteral("General"));
-        Window window(settings(), {}, QStringLiteral("Preferences"));
-        QCOMPARE(window.selectedIndex(), Window::NotFound);
-        QVERIFY(!settings().contains(Settings::kSelectedPreferencesItem));
-        window.showWindow();
-        QCOMPARE(window.contentView()->size(), Window::kEmptyContentSize);
-        QCOMPARE(window.windowTitle(), QStringLiteral("Preferences"));
-        window.setSelectedIndex(3);
-        QVERIFY(!window.selectedViewController());
-    }
 
     void initialSelection_data()
     {
@@ -251,31 +235,16 @@ private Q_SLOTS:
             QCOMPARE(window.toolbarItemWithItemIdentifier("C"), itemOfC);
     }
 
-    // Placeholders put standard items in the toolbar and count as panes; indexes past the end
-    // select the last one.
-    void placeholdersBecomeStandardItems()
+    // Indexes past the end, and NotFound, select the last pane.
+    void indexPastTheEndSelectsTheLast()
     {
-        Window window(settings(), {fake("A"), Window::flexibleSpacePlaceholderController(),
-                                   Window::separatorPlaceholderController(), fake("B"),
-                                   Window::printPlaceholderController()});
-        window.showWindow();
-        const QList<QAction*> actions = window.toolbar()->actions();
-        QCOMPARE(actions.size(), 5);
-        auto* flexible = qobject_cast<QWidgetAction*>(actions.at(1));
-        QCOMPARE(flexible->defaultWidget()->sizePolicy().horizontalPolicy(), QSizePolicy::Expanding);
-        QVERIFY(actions.at(2)->isSeparator());
-
-        window.setSelectedIndex(5); // one past the end selects the last
-        QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
-        window.setSelectedIndex(3);
-        QCOMPARE(window.selectedViewController()->identifier(), QStringLiteral("B"));
-        window.setSelectedIndex(Window::NotFound); // so does NotFound
-        QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
-        window.toolbarItemWithItemIdentifier("B")->trigger();
-        actions.at(4)->trigger();
-        QCOMPARE(storedSelection(), TamToolbarItem::PrintItemIdentifier);
-        settle();
-        QVERIFY(attachedViews(window).isEmpty());
+        Window window(settings(), {fake("A"), fake("B")});
+        window.setSelectedIndex(2);
+        QCOMPARE(storedSelection(), QStringLiteral("B"));
+        window.setSelectedIndex(0);
+        QCOMPARE(storedSelection(), QStringLiteral("A"));
+        window.setSelectedIndex(Window::NotFound);
+        QCOMPARE(storedSelection(), QStringLiteral("B"));
     }
 
     void refusedCommitKeepsPaneAndWindow()
@@ -388,24 +357,6 @@ private Q_SLOTS:
         QVERIFY(alerts->alerts().isEmpty());
     }
 
-    // The button removes the cache database and nothing else; with nothing left, it only logs.
-    void clearCacheButton()
-    {
-        const QString db = QFile::decodeName(SqliteDBOperations::getDbPathInLibrary());
-        QVERIFY(db.startsWith(QFile::decodeName(TestSupport::testHome())));
-        const QString other = QFileInfo(db).path() + QStringLiteral("/other-file");
-        QVERIFY(TestSupport::writeFile(QFile::encodeName(db), "cache") &&
-                TestSupport::writeFile(QFile::encodeName(other), "other"));
-        TamGeneralViewController pane(settings());
-        auto* button = child<QPushButton>(pane.view(), "btnClearCache");
-        button->click();
-        QVERIFY(!QFile::exists(db));
-        QVERIFY(QFile::exists(other));
-        QTest::ignoreMessage(QtInfoMsg,
-                             QRegularExpression(QStringLiteral("^Cannot remove the cache database")));
-        button->click();
-    }
-
     void excludePaneAddAndRemove()
     {
         settings().setExcludedFolders({"/kept"});
@@ -441,28 +392,6 @@ private Q_SLOTS:
         QCOMPARE(pane.selectedRow(), 1); // the next entry is ready for another removal
         pane.deleteFolderFromExclusion();
         QCOMPARE(settings().excludedFolders(), QStringList{"/kept"});
-    }
-
-    // The real dialog: folders only, several at once, the prompt on its accept button; a
-    // cancel answers an empty list.
-    void folderDialog()
-    {
-        QWidget parent;
-        parent.show();
-        DialogFolderChooser chooser;
-        std::optional<QStringList> answer;
-        chooser.chooseFolders(&parent, QStringLiteral("Add To Exclusions"),
-                              [&](const QStringList& chosen) { answer = chosen; });
-        auto* dialog = parent.findChild<QFileDialog*>();
-        QVERIFY(dialog && dialog->isVisible());
-        QCOMPARE(dialog->fileMode(), QFileDialog::Directory);
-        QVERIFY(dialog->testOption(QFileDialog::ShowDirsOnly));
-        QCOMPARE(dialog->labelText(QFileDialog::Accept), QStringLiteral("Add To Exclusions"));
-        QCOMPARE(dialog->findChild<QAbstractItemView*>(QStringLiteral("listView"))->selectionMode(),
-                 QAbstractItemView::ExtendedSelection);
-        QVERIFY(!answer);
-        dialog->reject();
-        QCOMPARE(answer, std::optional<QStringList>(QStringList{}));
     }
 
     void screenshots()

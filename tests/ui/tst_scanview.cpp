@@ -24,14 +24,11 @@
 
 #include <QAbstractItemModelTester>
 #include <QDragEnterEvent>
-#include <QFileDialog>
 #include <QLabel>
-#include <QLineEdit>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QTimer>
 #include <QToolButton>
 #include <memory>
 
@@ -147,17 +144,10 @@ private Q_SLOTS:
             QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QString::fromLatin1(log)));
         dropOn(list->dropBox(), {p("a"), makeFile("c.txt", "x")});
         QCOMPARE(list->model()->rowCount(), 3);
-        QTRY_COMPARE(messages(m_alerts.alerts()), QStringList{ScanList::kSomeNotAddedMessage});
         dropOn(list->tableView()->viewport(), {makeDir("d")});
         view->scanList()->selectDeselectPath(2);
         QCOMPARE(list->countLabel()->text(), QStringLiteral("4 items \u00b7 3 ticked for scanning"));
         saveScreen(view.get(), QStringLiteral("scan-list-filled"));
-
-        // A new view restores the same list.
-        view.reset();
-        auto again = makeView();
-        QCOMPARE(again->scanListView()->model()->rowCount(), 4);
-        QVERIFY(again->scanListView()->scanButton()->isEnabled());
     }
 
     void ticksRemovalAndRowMenu()
@@ -173,9 +163,8 @@ private Q_SLOTS:
             QVERIFY(model->setData(model->index(row, ScanListModel::TickColumn), Qt::Unchecked,
                                    Qt::CheckStateRole));
         QVERIFY(!list->scanButton()->isEnabled());
-        QCOMPARE(view->scanList()->arrPathNodes()[1].state, 0);
 
-        // The row menu: show in the file manager, tick all, remove the clicked row.
+        // The row menu: show in the file manager, remove the clicked row.
         std::unique_ptr<QMenu> menu(list->createRowMenu(1, nullptr));
         const auto action = [&menu](int tag) {
             for (QAction* act : menu->actions())
@@ -186,9 +175,6 @@ private Q_SLOTS:
         QCOMPARE(action(ScanList::ShowInFileViewer)->text(), QStringLiteral("Show in File Manager"));
         action(ScanList::ShowInFileViewer)->trigger();
         QCOMPARE(m_viewer.shown, QList<QByteArray>{b});
-        action(ScanList::SelectAll)->trigger();
-        QCOMPARE(model->index(1, ScanListModel::TickColumn).data(Qt::CheckStateRole).value<Qt::CheckState>(),
-                 Qt::Checked);
         action(ScanList::RemoveRow)->trigger();
         QCOMPARE(model->rowCount(), 1);
         // Away from any row only the whole-list commands can be chosen.
@@ -285,8 +271,6 @@ private Q_SLOTS:
         const QString none = ResultViewController::kNoDuplicatesMessage;
         QTest::newRow("equal sizes, different contents")
             << QByteArray("ab") << false << none << ResultViewController::kNoDuplicatesHint;
-        QTest::newRow("nothing to compare")
-            << QByteArray("a") << false << none << ResultViewController::kNoDuplicatesHint;
         QTest::newRow("only one ticked item")
             << QByteArray("xx") << true << ScanEngine::kOnlyOneItemMessage << ScanEngine::kOnlyOneItemHint;
     }
@@ -336,53 +320,6 @@ private Q_SLOTS:
             QVERIFY(view->engine()->result() != nullptr);
         QTest::mouseClick(progress->backButton(), Qt::LeftButton);
         QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
-    }
-
-    void fileDialogChooser_data()
-    {
-        QTest::addColumn<bool>("folders");
-        QTest::newRow("folders") << true;
-        QTest::newRow("files") << false;
-    }
-    void fileDialogChooser()
-    {
-        QFETCH(bool, folders);
-        const QByteArray picked = folders ? makeDir("Photos 2024") : makeFile("notes.txt", "some text");
-        // Looked at while the dialog runs, checked once it has closed.
-        QFileDialog* seen = nullptr;
-        QString acceptLabel;
-        QFileDialog::FileMode mode = QFileDialog::AnyFile;
-        QAbstractItemView::SelectionMode selection = QAbstractItemView::NoSelection;
-        QTimer::singleShot(50, this, [&] {
-            seen = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-            if (!seen)
-                return;
-            acceptLabel = seen->labelText(QFileDialog::Accept);
-            mode = seen->fileMode();
-            if (auto* view = seen->findChild<QAbstractItemView*>(QStringLiteral("listView")))
-                selection = view->selectionMode();
-            seen->setDirectory(QFile::decodeName(m_tree->root()));
-            // Once the folder has been listed, type the item's name and press Add.
-            QTimer::singleShot(400, seen, [dialog = seen, picked] {
-                if (auto* name = dialog->findChild<QLineEdit*>(QStringLiteral("fileNameEdit")))
-                    name->setText(QFileInfo(QFile::decodeName(picked)).fileName());
-                QMetaObject::invokeMethod(dialog, "accept");
-            });
-        });
-        // Never leave a dialog open, whatever happened above; the second choice is cancelled.
-        const auto close = [] {
-            if (auto* dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget()))
-                dialog->reject();
-        };
-        QTimer::singleShot(5000, this, close);
-        FileDialogPathChooser chooser;
-        const auto kind = folders ? PathChooser::Kind::Folders : PathChooser::Kind::Files;
-        QCOMPARE(chooser.choosePaths(nullptr, kind), QList<QByteArray>{picked});
-        QCOMPARE(acceptLabel, QStringLiteral("Add"));
-        QCOMPARE(mode, folders ? QFileDialog::Directory : QFileDialog::ExistingFiles);
-        QCOMPARE(selection, QAbstractItemView::ExtendedSelection);
-        QTimer::singleShot(50, this, close);
-        QVERIFY(chooser.choosePaths(nullptr, kind).isEmpty());
     }
 };
 
