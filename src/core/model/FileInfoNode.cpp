@@ -143,6 +143,10 @@ std::optional<FileInfoNode> FileInfoNode::initWithPathForFile(const QByteArray& 
     node->fileSize = size;
     node->modDate = attributes.modDate;
     node->createDate = attributes.createDate;
+    node->device = attributes.device;
+    node->inode = attributes.inode;
+    node->modTimeNs = attributes.modTimeNs;
+    node->changeTimeNs = attributes.changeTimeNs;
     node->state = 0;
     node->fileCategory = categoryForPath(path, true);
     return node;

@@ -46,6 +46,12 @@ struct FileInfoNode
     qint32 fileCategory = CategoryOthers;
     bool isDirectory = false;
     std::vector<QByteArray> arrForSubPathMd5; // created empty; nothing fills it
+    // Identity and exact times as the scan saw them: the removal proof and change detection
+    // compare these with the file system. Zero for items that were never examined.
+    quint64 device = 0;
+    quint64 inode = 0;
+    qint64 modTimeNs = 0;
+    qint64 changeTimeNs = 0;
 
     FileInfoNode();
     ~FileInfoNode();

@@ -26,6 +26,11 @@ double seconds(qint64 sec, qint64 nsec)
     return double(sec) + double(nsec) / 1e9;
 }
 
+qint64 nanoseconds(qint64 sec, qint64 nsec)
+{
+    return sec * 1000000000 + nsec;
+}
+
 #ifdef STATX_BTIME
 // statx is the one call that reports the birth time; kernels or sandboxes without it (ENOSYS,
 // EPERM from a seccomp filter) get the fstatat answer instead.
@@ -49,6 +54,8 @@ std::optional<FileAttributes> fromStatx(int dirfd, const char* name, bool* unsup
     // The same number st_dev holds, so it can be compared with a plain stat.
     a.device = quint64(makedev(sx.stx_dev_major, sx.stx_dev_minor));
     a.inode = sx.stx_ino;
+    a.modTimeNs = nanoseconds(sx.stx_mtime.tv_sec, sx.stx_mtime.tv_nsec);
+    a.changeTimeNs = nanoseconds(sx.stx_ctime.tv_sec, sx.stx_ctime.tv_nsec);
     return a;
 }
 #endif
@@ -70,6 +77,13 @@ std::optional<FileAttributes> fromStat(int dirfd, const char* name)
 #endif
     a.device = quint64(st.st_dev);
     a.inode = quint64(st.st_ino);
+#ifdef Q_OS_MACOS
+    a.modTimeNs = nanoseconds(st.st_mtimespec.tv_sec, st.st_mtimespec.tv_nsec);
+    a.changeTimeNs = nanoseconds(st.st_ctimespec.tv_sec, st.st_ctimespec.tv_nsec);
+#else
+    a.modTimeNs = nanoseconds(st.st_mtim.tv_sec, st.st_mtim.tv_nsec);
+    a.changeTimeNs = nanoseconds(st.st_ctim.tv_sec, st.st_ctim.tv_nsec);
+#endif
     return a;
 }
 

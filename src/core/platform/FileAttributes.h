@@ -15,6 +15,8 @@ struct FileAttributes
     double createDate = 0; // birth time where the file system keeps one, else the earlier of mtime and ctime
     quint64 device = 0;
     quint64 inode = 0;
+    qint64 modTimeNs = 0;    // modification time in nanoseconds since 1970, exact
+    qint64 changeTimeNs = 0; // status-change time in nanoseconds since 1970, exact
 
     bool isDirectory() const { return type == Type::Directory; }
     bool isRegular() const { return type == Type::Regular; }
