@@ -79,46 +79,61 @@ private Q_SLOTS:
         AppGlobals::isOSX_7_AndAbove = false;
     }
 
-    // Adding through the open dialog to a list holding "old"; "ex" is excluded.
-    void addByDialog_data()
+    // Adding by dialog or by drop to a list holding "old"; "ex" is excluded.
+    void add_data()
     {
-        QTest::addColumn<QStringList>("chosen");
+        QTest::addColumn<bool>("byDrop");
+        QTest::addColumn<QStringList>("offered");
         QTest::addColumn<QStringList>("expectedRows");
         QTest::addColumn<QString>("message"); // empty: no prompt
         QTest::addColumn<QString>("info");
-        // The texts the user reads, spelled out.
+        QTest::addColumn<int>("answer"); // the button chosen in the prompt
         const QString present = QStringLiteral("Item(s) already present in scan list");
         const QString excluded =
             QStringLiteral("Item(s) already excluded from scanning.\n\nHint: Go to Preferences > "
                            "Exclusions to remove item(s) from Exclusion list");
         const QString none = QStringLiteral("Item(s) cannot be added!");
         const QString some = QStringLiteral("One or more items cannot be added!");
-        QTest::newRow("all new") << QStringList{"a", "b"} << QStringList{"old", "a", "b"} << QString()
-                                 << QString();
-        QTest::newRow("already present") << QStringList{"old"} << QStringList{"old"} << none << present;
-        QTest::newRow("same folder twice in one choice")
-            << QStringList{"a", "a"} << QStringList{"old", "a"} << some << present;
-        QTest::newRow("excluded and new")
-            << QStringList{"ex", "a"} << QStringList{"old", "a"} << some << excluded;
-        QTest::newRow("below an excluded folder")
-            << QStringList{"ex/inner"} << QStringList{"old"} << none << excluded;
+        for (const bool byDrop : {false, true}) {
+            const auto row = [byDrop](const char* tag) {
+                return &(QTest::addRow("%s %s", byDrop ? "drop:" : "dialog:", tag) << byDrop);
+            };
+            *row("all new") << QStringList{"a", "b"} << QStringList{"old", "a", "b"} << QString() << QString()
+                            << 1;
+            *row("already present") << QStringList{"old"} << QStringList{"old"} << none << present << 1;
+            *row("other spelling of a listed folder")
+                << QStringList{"a/../old/", "./old"} << QStringList{"old"} << none << present << 1;
+            *row("same folder twice")
+                << QStringList{"a", "x/../a"} << QStringList{"old", "a"} << some << present << 1;
+            *row("excluded and new") << QStringList{"ex", "a"} << QStringList{"old", "a"} << some << excluded
+                                     << 1;
+            *row("below an excluded folder, OK")
+                << QStringList{"ex/inner"} << QStringList{"old"} << none << excluded << 0;
+        }
     }
-    void addByDialog()
+    void add()
     {
-        QFETCH(QStringList, chosen);
+        QFETCH(bool, byDrop);
+        QFETCH(QStringList, offered);
         QFETCH(QStringList, expectedRows);
         QFETCH(QString, message);
         QFETCH(QString, info);
+        QFETCH(int, answer);
         ScanList list(settings(), &m_alerts);
         QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
         list.addPathInArrayToScan(makeDir("old"));
         QList<QByteArray> paths, expected;
-        for (const QString& name : chosen)
-            paths.append(makeDir(name));
+        for (const QString& name : offered)
+            paths.append(name.endsWith('/') ? p(name) : makeDir(name));
         for (const QString& name : expectedRows)
             expected.append(p(name));
-        m_alerts.enqueueAnswer(1);
-        list.selectPathToScan(paths);
+        m_alerts.enqueueAnswer(answer);
+        if (byDrop) {
+            expectDropLog();
+            list.handleFileDragDropNotification(paths);
+        } else {
+            list.selectPathToScan(paths);
+        }
         QCOMPARE(rowPaths(list), expected);
         QCOMPARE(savedPaths(), expected);
 
@@ -128,25 +143,11 @@ private Q_SLOTS:
             return;
         QCOMPARE(alerts[0].messageText, message);
         QCOMPARE(alerts[0].informativeText, info);
-        // Only the exclusion prompt has a second button, and it leads to the preferences.
-        const bool excluded = info.startsWith(QStringLiteral("Item(s) already excluded"));
-        QCOMPARE(alerts[0].buttons, (excluded ? QStringList{"OK", "Go To Preferences"} : QStringList{"OK"}));
-        QCOMPARE(preferences.count(), excluded ? 1 : 0);
-    }
-
-    void promptEdges()
-    {
-        ScanList list(settings(), &m_alerts);
-        QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
-        // Nothing added is "none added" even when the all-added flag is set.
-        list.checkAndShowPrompt_mainThread(ScanPrompt{false, true, false});
-        // OK on the exclusion prompt stays put.
-        m_alerts.enqueueAnswer(0);
-        list.checkAndShowPrompt_mainThread(ScanPrompt{true, true, true});
-        QCOMPARE(m_alerts.alerts().size(), 2);
-        QCOMPARE(m_alerts.alerts()[0].messageText, ScanList::kNoneAddedMessage);
-        QCOMPARE(m_alerts.alerts()[1].messageText, ScanList::kSomeNotAddedMessage);
-        QCOMPARE(preferences.count(), 0);
+        // Only the exclusion prompt has a second button, and only that button leads to the preferences.
+        const bool isExcluded = info.startsWith(QStringLiteral("Item(s) already excluded"));
+        QCOMPARE(alerts[0].buttons,
+                 (isExcluded ? QStringList{"OK", "Go To Preferences"} : QStringList{"OK"}));
+        QCOMPARE(preferences.count(), isExcluded && answer == 1 ? 1 : 0);
     }
 
     void dialogStopsAtLibraryRules_data()
@@ -176,8 +177,10 @@ private Q_SLOTS:
         const QByteArray inTrash = Platform::userTrashFolders().first() + "/files/Old";
         QVERIFY(QDir().mkpath(QFile::decodeName(inTrash)));
         ScanList list(settings(), &m_alerts);
-        // From the dialog, the Trash is tested on the first chosen item only.
-        list.selectPathToScan({inTrash, makeDir("a")});
+        // From the dialog, the Trash is tested on the first chosen item only, however spelled.
+        const QByteArray trash = Platform::userTrashFolders().first();
+        const qsizetype cut = trash.lastIndexOf('/');
+        list.selectPathToScan({trash.left(cut) + "/x/.." + trash.mid(cut) + "/files/Old", makeDir("a")});
         QCOMPARE(list.count(), 0);
         QCOMPARE(messagesShown(), QStringList{"Photos cannot be added form Trash."});
         list.selectPathToScan({makeDir("a"), inTrash});
@@ -198,24 +201,15 @@ private Q_SLOTS:
         QCOMPARE(messagesShown(), QStringList{ScanList::kNoneAddedMessage});
     }
 
-    void dropRules()
+    // A dropped migrated library is skipped without a message of its own; files are taken too.
+    void dropSkipsMigratedLibrary()
     {
         ScanList list(settings(), &m_alerts);
-        const QByteArray a = makeDir("a");
-        const QByteArray file = p("notes.txt");
-        QVERIFY(QFile(QFile::decodeName(file)).open(QIODevice::WriteOnly));
-        QTest::ignoreMessage(QtInfoMsg, "path dropped: " + a + ", " + file);
-        list.handleFileDragDropNotification({a, file});
-        QCOMPARE(rowPaths(list), (QList<QByteArray>{a, file}));
-        QCOMPARE(messagesShown(), QStringList());
-        QCOMPARE(savedPaths(), (QList<QByteArray>{a, file}));
-
-        // A migrated library is skipped without its own message; an excluded folder prompts.
-        expectDropLog();
-        list.handleFileDragDropNotification(
-            {makeDir("Old.migratedphotolibrary"), makeDir("ex"), makeDir("b")});
-        QCOMPARE(rowPaths(list), (QList<QByteArray>{a, file, p("b")}));
-        QCOMPARE(settleAlerts().value(0).informativeText, ScanList::kExcludedInfo);
+        const QByteArray migrated = makeDir("Old.migratedphotolibrary");
+        const QByteArray file = m_tree->file("notes.txt", "x");
+        QTest::ignoreMessage(QtInfoMsg, "path dropped: " + migrated + ", " + file);
+        list.handleFileDragDropNotification({migrated, file});
+        QCOMPARE(rowPaths(list), QList<QByteArray>{file});
         QCOMPARE(messagesShown(), QStringList{ScanList::kSomeNotAddedMessage});
     }
 

@@ -89,7 +89,7 @@ void ScanList::selectPathToScan(const QList<QByteArray>& chosenPaths)
     rebuildExclusions();
 
     // Only the first chosen item is tested against the Trash.
-    if (Platform::isInUserTrash(chosenPaths.first())) {
+    if (Platform::isInUserTrash(PathUtils::cleanPath(chosenPaths.first()))) {
         if (m_alerts)
             m_alerts->runModal(Alert{kTrashMessage, QString()});
         return;
@@ -98,7 +98,7 @@ void ScanList::selectPathToScan(const QList<QByteArray>& chosenPaths)
     ScanPrompt prompt;
     int added = 0;
     for (const QByteArray& chosen : chosenPaths) {
-        const QByteArray path = homeIfRoot(chosen);
+        const QByteArray path = homeIfRoot(PathUtils::cleanPath(chosen));
         if (m_exclusions.isPathExcluded(path)) {
             prompt.isShowExcludePrompt = true;
             continue;
@@ -140,7 +140,9 @@ void ScanList::handleFileDragDropNotification(const QList<QByteArray>& paths)
     ScanPrompt prompt;
     bool secondPhotosLibrary = false;
     int added = 0;
-    for (const QByteArray& dropped : paths) {
+    for (const QByteArray& offered : paths) {
+        // "a/../b" and "b" are one row.
+        const QByteArray dropped = PathUtils::cleanPath(offered);
         if (Platform::isPackage(dropped)) {
             const QString ext = PathUtils::lowerExtension(dropped);
             if (ext == kMigratedLibraryExt)

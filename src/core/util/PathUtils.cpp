@@ -36,6 +36,26 @@ QString lowerExtension(const QByteArray& path)
     return QString::fromUtf8(pathExtension(path)).toLower();
 }
 
+QByteArray cleanPath(const QByteArray& path)
+{
+    if (path.isEmpty())
+        return path;
+    const bool absolute = path.startsWith('/');
+    QList<QByteArray> kept;
+    for (const QByteArray& part : path.split('/')) {
+        if (part.isEmpty() || part == ".")
+            continue;
+        if (part == ".." && !kept.isEmpty() && kept.last() != "..")
+            kept.removeLast();
+        else if (part != ".." || !absolute) // nothing is above the root
+            kept.append(part);
+    }
+    const QByteArray joined = kept.join('/');
+    if (absolute)
+        return '/' + joined;
+    return joined.isEmpty() ? QByteArray(".") : joined;
+}
+
 QByteArray join(const QByteArray& dir, const QByteArray& name)
 {
     if (dir.isEmpty())

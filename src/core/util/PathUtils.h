@@ -23,6 +23,10 @@ QString lowerExtension(const QByteArray& path);
 // dir + "/" + name, without doubling a slash.
 QByteArray join(const QByteArray& dir, const QByteArray& name);
 
+// The path with "." and ".." resolved by name and doubled or trailing slashes dropped
+// ("/a/./b/../c/" -> "/a/c"); links are not followed. A relative path stays relative.
+QByteArray cleanPath(const QByteArray& path);
+
 // The path without its last n components ("/a/b/c/d", 3 -> "/a").
 QByteArray removingLastComponents(const QByteArray& path, int n);
 
