@@ -58,7 +58,6 @@ public:
     // Removes the entry at the selected row and writes the list; a row outside the list (no
     // selection) changes and writes nothing. Returns whether an entry was removed.
     bool deleteFolderPath(int selectedRow);
-    bool deleteFolderFromExclusion(int selectedRow) { return deleteFolderPath(selectedRow); }
 
 Q_SIGNALS:
     // Around every change of arrExclude, so a model can reset itself.

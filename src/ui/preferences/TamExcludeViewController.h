@@ -45,7 +45,6 @@ public:
 public Q_SLOTS:
     void addFolderToExclude();
     void deleteFolderPath();
-    void deleteFolderFromExclusion() { deleteFolderPath(); }
     void updateArrayFromUserDefaults();
 
 private:
