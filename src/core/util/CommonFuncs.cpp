@@ -5,7 +5,6 @@
 
 #include <QFile>
 #include <QLocale>
-#include <QRegularExpression>
 #include <QStringList>
 #include <QTimeZone>
 #include <cmath>
@@ -32,39 +31,12 @@ QString CommonFuncs::getSizeInUnits(quint64 bytes)
     return (number + QLatin1Char(' ') + unit).trimmed();
 }
 
-QVariantMap CommonFuncs::getSizeAndSizeUnitFor(quint64 bytes, int fractionDigit)
-{
-    Q_UNUSED(fractionDigit);
-    const QStringList parts = getSizeInUnits(bytes).split(QLatin1Char(' '));
-    if (parts.size() != 2)
-        return {};
-    return {{QStringLiteral("size"), parts.at(0)}, {QStringLiteral("unit"), parts.at(1)}};
-}
-
-bool CommonFuncs::validateEmail(const QString& email)
-{
-    // Whole-text match, case-sensitive: capital letters fail.
-    static const QRegularExpression pattern(QRegularExpression::anchoredPattern(QStringLiteral(
-        R"re((?:[a-z0-9!#$%\&'*+/=?\^_`{|}~-]+(?:\.[a-z0-9!#$%\&'*+/=?\^_`{|}~-]+)*|"(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21\x23-\x5b\x5d-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])*")@(?:(?:[a-z0-9](?:[a-z0-9-]*[a-z0-9])?\.)+[a-z0-9](?:[a-z0-9-]*[a-z0-9])?|\[(?:(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?)\.){3}(?:25[0-5]|2[0-4][0-9]|[01]?[0-9][0-9]?|[a-z0-9-]*[a-z0-9]:(?:[\x01-\x08\x0b\x0c\x0e-\x1f\x21-\x5a\x53-\x7f]|\\[\x01-\x09\x0b\x0c\x0e-\x7f])+)\]))re")));
-    return pattern.match(email).hasMatch();
-}
-
 QString CommonFuncs::getDateTimeStringFromDate(const QDateTime& date)
 {
     if (!date.isValid())
         return {};
     // Twelve-hour clock with AM/PM, English month names whatever the user's locale.
     return QLocale::c().toString(date.toLocalTime(), QStringLiteral("MMM dd, yyyy hh:mm:ss AP"));
-}
-
-QString CommonFuncs::getDateInFormatNEW(const QDateTime& date)
-{
-    if (!date.isValid())
-        return {};
-    const QDateTime local = date.toLocalTime();
-    const QDate d = local.date();
-    const QTime t = local.time();
-    return QString::asprintf("%04d%02d%02dT%02d%02d", d.year(), d.month(), d.day(), t.hour(), t.minute());
 }
 
 QDateTime CommonFuncs::dateFromSeconds(double secondsSince1970)

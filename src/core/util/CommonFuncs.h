@@ -3,11 +3,10 @@
 #include <QByteArray>
 #include <QDateTime>
 #include <QString>
-#include <QVariantMap>
 #include <atomic>
 #include <optional>
 
-// Helpers that several subsystems share: size and date texts, the e-mail check, photo-library
+// Helpers that several subsystems share: size and date texts, photo-library
 // tests, whether an application runs, and the streamed file digest.
 class CommonFuncs
 {
@@ -16,13 +15,8 @@ public:
 
     // "999 bytes", "1.00 KB", "1.54 MB": divisor 1,000.
     static QString getSizeInUnits(quint64 bytes);
-    // {"size": ..., "unit": ...} from the size text; empty when it does not split in two.
-    static QVariantMap getSizeAndSizeUnitFor(quint64 bytes, int fractionDigit = 0);
-    static bool validateEmail(const QString& email);
     // "MMM dd, yyyy hh:mm:ss a"; empty for no date.
     static QString getDateTimeStringFromDate(const QDateTime& date);
-    // "%04d%02d%02dT%02d%02d" in the current calendar; empty for no date.
-    static QString getDateInFormatNEW(const QDateTime& date);
     // A record's date (seconds since 1970, 0 = none) as a local date; invalid for none.
     static QDateTime dateFromSeconds(double secondsSince1970);
 
