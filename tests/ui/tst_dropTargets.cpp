@@ -113,17 +113,19 @@ private Q_SLOTS:
     {
         QTest::addColumn<int>("actions");
         QTest::addColumn<QByteArray>("uris");
+        QTest::addColumn<bool>("accepted");
         const int all = int(Qt::CopyAction | Qt::MoveAction | Qt::LinkAction);
-        QTest::newRow("file manager") << all << QByteArray("file:///srv/a\r\n");
+        QTest::newRow("file manager") << all << QByteArray("file:///srv/a\r\n") << true;
+        QTest::newRow("link only") << int(Qt::LinkAction) << QByteArray("file:///srv/a\r\n") << true;
         QTest::newRow("copy and move")
-            << int(Qt::CopyAction | Qt::MoveAction) << QByteArray("file:///srv/a\r\n");
-        QTest::newRow("web link") << all << QByteArray("https://example.org/\r\n");
+            << int(Qt::CopyAction | Qt::MoveAction) << QByteArray("file:///srv/a\r\n") << false;
+        QTest::newRow("web link") << all << QByteArray("https://example.org/\r\n") << false;
     }
     void dragEnterNeedsLinkAndFiles()
     {
         QFETCH(int, actions);
         QFETCH(QByteArray, uris);
-        const bool accepted = (actions & Qt::LinkAction) && uris.startsWith("file:");
+        QFETCH(bool, accepted);
         DragDropBox box;
         QSignalSpy hover(&box, &DragDropBox::dragHoverChanged);
         auto mime = fileDrag(uris);
