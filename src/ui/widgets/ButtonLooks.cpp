@@ -8,6 +8,8 @@ void applySet(IMGButton* button, const QString& set)
     auto n = [&set](const char* suffix) { return set + QLatin1String(suffix); };
     // Room above and below the title keeps it at a comfortable size on a 34-point button.
     button->setMargins(12, 12, 9, 9);
+    // Titles break only where they hold a line feed.
+    button->setMultiLineStr(QStringLiteral("\n"));
     button->setButtonsImages(n("_St"), n("_Md"), n("_En"), n("_Dwn_St"), n("_Dwn_Md"), n("_Dwn_En"),
                              n("_Dis_St"), n("_Dis_Md"), n("_Dis_En"));
 }

@@ -4,6 +4,7 @@
 #include <QPainter>
 #include <QPalette>
 #include <QSvgRenderer>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -43,9 +44,10 @@ void DrawnImages::drawThreePart(QPainter& painter, const QRectF& rect, const QSt
     QSvgRenderer* last = renderer(end);
     const qreal across = vertical ? rect.width() : rect.height();
     const qreal along = vertical ? rect.height() : rect.width();
-    // Caps never overlap: on a very short control each takes at most half.
-    const qreal a = qMin(capLength(first, across, vertical), along / 2);
-    const qreal b = qMin(capLength(last, across, vertical), along / 2);
+    // Caps never overlap: on a very short control each takes at most half. Whole pixels keep
+    // their inner edges sharp, so no seam shows against the middle.
+    const qreal a = std::floor(qMin(capLength(first, across, vertical), along / 2));
+    const qreal b = std::floor(qMin(capLength(last, across, vertical), along / 2));
     auto part = [&](qreal from, qreal length) {
         return vertical ? QRectF(rect.left(), rect.top() + from, rect.width(), length)
                         : QRectF(rect.left() + from, rect.top(), length, rect.height());
