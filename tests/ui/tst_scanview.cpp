@@ -341,6 +341,7 @@ private Q_SLOTS:
         QVERIFY(reached.contains(list->tableView()));
         QVERIFY(reached.contains(list->scanButton()));
         QVERIFY(reached.contains(list->addFilesLink()));
+        saveScreen(view.get(), QStringLiteral("scan-list-keyboard-focus"));
 
         for (QWidget* w : std::as_const(reached)) {
             auto* button = qobject_cast<QAbstractButton*>(w);

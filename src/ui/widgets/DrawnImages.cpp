@@ -69,12 +69,14 @@ void DrawnImages::drawThreePart(QPainter& painter, const QRectF& rect, const QSt
 
 void DrawnImages::drawFocusRing(QPainter& painter, const QRectF& rect, const QPalette& palette, qreal radius)
 {
+    // The highlight ring with a light line inside it, so it shows on dark and light faces alike.
     painter.save();
     painter.setRenderHint(QPainter::Antialiasing);
-    QColor ring = palette.color(QPalette::Highlight);
-    ring.setAlphaF(0.85);
-    painter.setPen(QPen(ring, 2.0));
     painter.setBrush(Qt::NoBrush);
+    painter.setPen(QPen(palette.color(QPalette::Highlight), 2.0));
     painter.drawRoundedRect(rect.adjusted(1, 1, -1, -1), radius, radius);
+    painter.setPen(QPen(QColor(255, 255, 255, 230), 1.5));
+    painter.drawRoundedRect(rect.adjusted(2.75, 2.75, -2.75, -2.75), qMax(0.0, radius - 2),
+                            qMax(0.0, radius - 2));
     painter.restore();
 }

@@ -338,3 +338,14 @@ void IMGButton::keyReleaseEvent(QKeyEvent* event)
     }
     QAbstractButton::keyReleaseEvent(event);
 }
+
+void IMGButton::focusOutEvent(QFocusEvent* event)
+{
+    // A Space press that loses focus before its release is dropped.
+    if (m_keyDown) {
+        m_keyDown = false;
+        m_isMouseDown = false;
+        update();
+    }
+    QAbstractButton::focusOutEvent(event);
+}
