@@ -21,15 +21,17 @@
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
+#include "widgets/IMGButton.h"
+#include "widgets/LinkButton.h"
 
 #include <QAbstractItemModelTester>
+#include <QAccessible>
 #include <QDragEnterEvent>
 #include <QLabel>
 #include <QMenu>
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
-#include <QToolButton>
 #include <memory>
 
 namespace {
@@ -320,6 +322,43 @@ private Q_SLOTS:
             QVERIFY(view->engine()->result() != nullptr);
         QTest::mouseClick(progress->backButton(), Qt::LeftButton);
         QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+    }
+
+    // Tab walks every control of the list page and leaves the table; each drawn button is a
+    // button to assistive tools, named by its title, and Space or Enter presses it.
+    void keyboardReachesDrawnButtons()
+    {
+        auto view = makeView();
+        view->scanList()->selectPathToScan({makeDir("k1"), makeDir("k2")});
+        QVERIFY(QTest::qWaitForWindowActive(view.get()));
+        ScanListView* list = view->scanListView();
+        list->addButton()->setFocus(Qt::TabFocusReason);
+        QList<QWidget*> reached;
+        for (int i = 0; i < 8 && !reached.contains(QApplication::focusWidget()); ++i) {
+            reached.append(QApplication::focusWidget());
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+        }
+        QVERIFY(reached.contains(list->tableView()));
+        QVERIFY(reached.contains(list->scanButton()));
+        QVERIFY(reached.contains(list->addFilesLink()));
+        saveScreen(view.get(), QStringLiteral("scan-list-keyboard-focus"));
+
+        for (QWidget* w : std::as_const(reached)) {
+            auto* button = qobject_cast<QAbstractButton*>(w);
+            if (!button)
+                continue;
+            QAccessibleInterface* access = QAccessible::queryAccessibleInterface(button);
+            QCOMPARE(access->role(), QAccessible::Button);
+            QCOMPARE(access->text(QAccessible::Name), button->text());
+        }
+        QTest::keyClick(list->addButton(), Qt::Key_Space);
+        QTest::keyClick(list->addFilesLink(), Qt::Key_Space);
+        QCOMPARE(m_chooser->kinds,
+                 (QList<PathChooser::Kind>{PathChooser::Kind::Folders, PathChooser::Kind::Files}));
+        QSignalSpy scanRequested(list, &ScanListView::scanRequested);
+        QTest::keyClick(list->scanButton(), Qt::Key_Return);
+        QCOMPARE(scanRequested.count(), 1);
+        QTRY_VERIFY(!view->isScanning());
     }
 };
 

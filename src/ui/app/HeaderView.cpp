@@ -3,7 +3,6 @@
 #include <QEvent>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLinearGradient>
 #include <QPainter>
 #include <QSvgRenderer>
 #include <QVBoxLayout>
@@ -19,10 +18,19 @@ QFont scaled(QFont font, qreal factor)
         font.setPixelSize(qRound(font.pixelSize() * factor));
     return font;
 }
+
+void setTextColor(QLabel* label, const QColor& color)
+{
+    QPalette pal = label->palette();
+    pal.setColor(QPalette::WindowText, color);
+    label->setPalette(pal);
+}
 } // namespace
 
-HeaderView::HeaderView(QWidget* parent) : QWidget(parent)
+HeaderView::HeaderView(QWidget* parent) : GradientBox(parent)
 {
+    setGradientImageName(QStringLiteral("header_St"), QStringLiteral("header_Md"),
+                         QStringLiteral("header_En"));
     setObjectName(QStringLiteral("viewHeader"));
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
 
@@ -83,23 +91,9 @@ QPixmap HeaderView::applicationPixmap(int size, qreal devicePixelRatio)
     return pixmap;
 }
 
-void HeaderView::paintEvent(QPaintEvent*)
-{
-    QPainter painter(this);
-    const QPalette pal = palette();
-    QLinearGradient band(rect().topLeft(), rect().bottomLeft());
-    band.setColorAt(0, pal.color(QPalette::Base));
-    band.setColorAt(1, pal.color(QPalette::Window));
-    painter.fillRect(rect(), band);
-    // A hairline between the header and the screen below it.
-    QColor line = pal.color(QPalette::WindowText);
-    line.setAlphaF(0.14);
-    painter.fillRect(QRect(0, height() - 1, width(), 1), line);
-}
-
 void HeaderView::changeEvent(QEvent* event)
 {
-    QWidget::changeEvent(event);
+    GradientBox::changeEvent(event);
     if (event->type() == QEvent::FontChange || event->type() == QEvent::PaletteChange)
         applyFonts();
 }
@@ -112,11 +106,10 @@ void HeaderView::applyFonts()
     m_name->setFont(nameFont);
 
     m_tagline->setFont(scaled(font(), 0.9));
-    QPalette dim = m_tagline->palette();
-    QColor text = palette().color(QPalette::WindowText);
-    text.setAlphaF(0.6);
-    dim.setColor(QPalette::WindowText, text);
-    m_tagline->setPalette(dim);
+    // The band is dark whatever the palette, so its texts are light.
+    setTextColor(m_name, QColor(255, 255, 255));
+    setTextColor(m_status, QColor(255, 255, 255));
+    setTextColor(m_tagline, QColor(255, 255, 255, 165));
 
     QFont statusFont = scaled(font(), 1.1);
     statusFont.setWeight(QFont::Medium);

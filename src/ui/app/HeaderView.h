@@ -1,12 +1,12 @@
 #pragma once
 
-#include <QWidget>
+#include "widgets/GradientBox.h"
 
 class QLabel;
 
-// The band at the top of the main window: the application's icon and name on the left, the
-// status of the current screen ("Select folder to scan", "Scan Completed", ...) on the right.
-class HeaderView : public QWidget
+// The band at the top of the main window, drawn from the header images: the application's icon and name on
+// the left, the status of the current screen ("Select folder to scan", "Scan Completed", ...) on the right.
+class HeaderView : public GradientBox
 {
     Q_OBJECT
 public:
@@ -20,7 +20,6 @@ public:
     static QPixmap applicationPixmap(int size, qreal devicePixelRatio = 1.0);
 
 protected:
-    void paintEvent(QPaintEvent* event) override;
     void changeEvent(QEvent* event) override;
 
 private:

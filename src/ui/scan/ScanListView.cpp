@@ -8,14 +8,16 @@
 #include "scan/ScanList.h"
 #include "scan/ScanListModel.h"
 #include "scan/ScanListTableView.h"
+#include "widgets/ButtonLooks.h"
+#include "widgets/IMGButton.h"
+#include "widgets/LinkButton.h"
 
+#include <QFontInfo>
 #include <QHBoxLayout>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
-#include <QPushButton>
 #include <QShortcut>
-#include <QToolButton>
 #include <QVBoxLayout>
 
 ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m_list(list)
@@ -40,6 +42,8 @@ ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m
     layout->addLayout(titleRow);
 
     m_table = new ScanListTableView(this);
+    // Tab leaves the table for the next control instead of walking its cells.
+    m_table->setTabKeyNavigation(false);
     m_model = new ScanListModel(list, this);
     m_table->setModel(m_model);
     m_table->setPlaceholderText(tr("Nothing to scan yet.\nDrop folders, files or photo libraries here, "
@@ -57,20 +61,17 @@ ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m
     auto* bottom = new QHBoxLayout;
     auto* hint = new QLabel(tr("Ticked items are scanned. Right-click an item for more."), this);
     hint->setForegroundRole(QPalette::PlaceholderText);
-    m_scanButton = new QPushButton(tr("Scan"), this);
-    m_scanButton->setDefault(true);
-    m_scanButton->setMinimumSize(120, 34);
-    QFont scanFont = m_scanButton->font();
-    scanFont.setBold(true);
-    m_scanButton->setFont(scanFont);
+    m_scanButton = new IMGButton(tr("Scan"), this);
+    ButtonLooks::applyPrimary(m_scanButton);
+    m_scanButton->setFixedSize(132, 34);
     m_scanButton->setEnabled(list->isScanNowEnabled());
     bottom->addWidget(hint);
     bottom->addStretch();
     bottom->addWidget(m_scanButton);
     layout->addLayout(bottom);
 
-    connect(m_scanButton, &QPushButton::clicked, this, &ScanListView::scanRequested);
-    connect(list, &ScanList::scanNowEnabledChanged, m_scanButton, &QPushButton::setEnabled);
+    connect(m_scanButton, &IMGButton::clicked, this, &ScanListView::scanRequested);
+    connect(list, &ScanList::scanNowEnabledChanged, m_scanButton, &IMGButton::setEnabled);
     connect(m_removeDelegate, &RemoveButtonDelegate::removeClicked, list, &ScanList::deletePathFromTable);
     connect(m_table, &QWidget::customContextMenuRequested, this, &ScanListView::showRowMenu);
     connect(m_table, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
@@ -110,20 +111,16 @@ QWidget* ScanListView::buildDropArea()
                            m_dropFrame);
     sub->setForegroundRole(QPalette::PlaceholderText);
 
-    m_addButton = new QToolButton(m_dropFrame);
-    m_addButton->setText(tr("Add Folder..."));
-    m_addButton->setIcon(ScanIcons::plus(palette().color(QPalette::ButtonText)));
-    m_addButton->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    m_addButton->setPopupMode(QToolButton::MenuButtonPopup);
-    m_addButton->setMinimumHeight(32);
+    m_addButton = new IMGButton(tr("Add Folder..."), m_dropFrame);
+    ButtonLooks::applyPrimary(m_addButton);
+    m_addButton->setFixedSize(150, 34);
     m_addButton->setToolTip(kAddToolTip);
-    auto* addMenu = new QMenu(m_addButton);
-    addMenu->addAction(tr("Add Folders..."), this,
-                       [this] { Q_EMIT addRequested(PathChooser::Kind::Folders); });
-    addMenu->addAction(tr("Add Files..."), this, [this] { Q_EMIT addRequested(PathChooser::Kind::Files); });
-    m_addButton->setMenu(addMenu);
-    connect(m_addButton, &QToolButton::clicked, this,
+    connect(m_addButton, &IMGButton::clicked, this,
             [this] { Q_EMIT addRequested(PathChooser::Kind::Folders); });
+    m_addFilesLink = new LinkButton(m_dropFrame);
+    m_addFilesLink->setTitle(tr("or add files"), QFontInfo(font()).pixelSize(), false);
+    connect(m_addFilesLink, &LinkButton::clicked, this,
+            [this] { Q_EMIT addRequested(PathChooser::Kind::Files); });
 
     auto* text = new QVBoxLayout;
     text->setSpacing(6);
@@ -132,7 +129,9 @@ QWidget* ScanListView::buildDropArea()
     text->addWidget(sub);
     text->addSpacing(10);
     auto* buttonRow = new QHBoxLayout;
+    buttonRow->setSpacing(14);
     buttonRow->addWidget(m_addButton);
+    buttonRow->addWidget(m_addFilesLink);
     buttonRow->addStretch();
     text->addLayout(buttonRow);
     text->addStretch();

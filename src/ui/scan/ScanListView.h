@@ -6,12 +6,12 @@
 
 class AlertPresenter;
 class DDCustomView;
+class IMGButton;
+class LinkButton;
 class DragDropBox;
 class DragDropImageView;
 class QLabel;
 class QMenu;
-class QPushButton;
-class QToolButton;
 class RemoveButtonDelegate;
 class ScanList;
 class ScanListModel;
@@ -35,10 +35,11 @@ public:
 
     DragDropBox* dropBox() const { return m_dropBox; }
     DragDropImageView* imageView() const { return m_imageView; }
-    QToolButton* addButton() const { return m_addButton; }
+    IMGButton* addButton() const { return m_addButton; }
+    LinkButton* addFilesLink() const { return m_addFilesLink; }
     ScanListTableView* tableView() const { return m_table; }
     ScanListModel* model() const { return m_model; }
-    QPushButton* scanButton() const { return m_scanButton; }
+    IMGButton* scanButton() const { return m_scanButton; }
     QLabel* countLabel() const { return m_countLabel; }
 
 Q_SIGNALS:
@@ -54,10 +55,11 @@ private:
     DragDropBox* m_dropBox = nullptr;
     DDCustomView* m_dropFrame = nullptr;
     DragDropImageView* m_imageView = nullptr;
-    QToolButton* m_addButton = nullptr;
+    IMGButton* m_addButton = nullptr;
+    LinkButton* m_addFilesLink = nullptr;
     ScanListTableView* m_table = nullptr;
     ScanListModel* m_model = nullptr;
     RemoveButtonDelegate* m_removeDelegate = nullptr;
-    QPushButton* m_scanButton = nullptr;
+    IMGButton* m_scanButton = nullptr;
     QLabel* m_countLabel = nullptr;
 };

@@ -4,12 +4,13 @@
 #include "scan/ScanIcons.h"
 #include "util/CommonFuncs.h"
 #include "util/PathUtils.h"
+#include "widgets/ButtonLooks.h"
+#include "widgets/IMGButton.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
-#include <QPushButton>
 #include <QVBoxLayout>
 
 ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
@@ -52,17 +53,18 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     m_currentFile->setAlignment(Qt::AlignCenter);
     m_currentFile->setForegroundRole(QPalette::PlaceholderText);
 
-    m_stop = new QPushButton(tr("Stop"), this);
+    m_stop = new IMGButton(tr("Stop"), this);
+    // Stays disabled after a click: the scan's end brings it back.
+    m_stop->setEnableImmediately(false);
     m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
     m_stop->setToolTip(tr("Stop the scan (Esc)"));
-    m_back = new QPushButton(tr("Back"), this);
-    m_showResults = new QPushButton(tr("Show Results"), this);
-    m_showResults->setDefault(true);
-    for (QPushButton* b : {m_stop, m_back, m_showResults})
-        b->setMinimumSize(120, 34);
-    QFont bold = m_showResults->font();
-    bold.setBold(true);
-    m_showResults->setFont(bold);
+    m_back = new IMGButton(tr("Back"), this);
+    m_showResults = new IMGButton(tr("Show Results"), this);
+    ButtonLooks::applySecondary(m_stop);
+    ButtonLooks::applySecondary(m_back);
+    ButtonLooks::applyPrimary(m_showResults);
+    for (IMGButton* b : {m_stop, m_back, m_showResults})
+        b->setFixedSize(140, 34);
     auto* buttons = new QHBoxLayout;
     buttons->addStretch();
     buttons->addWidget(m_stop);
@@ -84,9 +86,9 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     column->addLayout(buttons);
     column->addStretch(3);
 
-    connect(m_stop, &QPushButton::clicked, this, &ScanProgressView::stopRequested);
-    connect(m_back, &QPushButton::clicked, this, &ScanProgressView::backRequested);
-    connect(m_showResults, &QPushButton::clicked, this, &ScanProgressView::showResultsRequested);
+    connect(m_stop, &IMGButton::clicked, this, &ScanProgressView::stopRequested);
+    connect(m_back, &IMGButton::clicked, this, &ScanProgressView::backRequested);
+    connect(m_showResults, &IMGButton::clicked, this, &ScanProgressView::showResultsRequested);
     setCounters(0, 0, 0, 0);
     showScanning();
 }

@@ -3,9 +3,9 @@
 #include <QWidget>
 
 class ElidedLabel;
+class IMGButton;
 class QLabel;
 class QProgressBar;
-class QPushButton;
 
 // The scan's progress and its end: the state line, total size, scanned and duplicate counts,
 // the space that removing duplicates would free, the file being processed, and the Stop,
@@ -38,9 +38,9 @@ public:
     QLabel* dupCountLabel() const { return m_dupCount; }
     QLabel* reclaimableLabel() const { return m_reclaimable; }
     ElidedLabel* currentFileLabel() const { return m_currentFile; }
-    QPushButton* stopButton() const { return m_stop; }
-    QPushButton* backButton() const { return m_back; }
-    QPushButton* showResultsButton() const { return m_showResults; }
+    IMGButton* stopButton() const { return m_stop; }
+    IMGButton* backButton() const { return m_back; }
+    IMGButton* showResultsButton() const { return m_showResults; }
 
 Q_SIGNALS:
     void stopRequested();
@@ -58,7 +58,7 @@ private:
     QLabel* m_reclaimable = nullptr;
     ElidedLabel* m_currentFile = nullptr;
     QProgressBar* m_busy = nullptr;
-    QPushButton* m_stop = nullptr;
-    QPushButton* m_back = nullptr;
-    QPushButton* m_showResults = nullptr;
+    IMGButton* m_stop = nullptr;
+    IMGButton* m_back = nullptr;
+    IMGButton* m_showResults = nullptr;
 };
