@@ -14,11 +14,14 @@ BASE=${1:-/tmp}
 WORK=$(mktemp -d "$BASE/quillon-proof.XXXXXX")
 trap 'rm -rf "$WORK"' EXIT
 
-BUILD=$HERE/build-release
-cmake -S "$HERE" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUILLON_BUILD_TESTS=OFF \
-    -DQUILLON_BUILD_BENCH=ON >/dev/null
-cmake --build "$BUILD" -j2 --target bench_removal_proof >/dev/null
-PROOF=$BUILD/bench/bench_removal_proof
+# PROOF names an already built bench_removal_proof; else a Release build is made.
+if [[ -z "${PROOF:-}" ]]; then
+    BUILD=$HERE/build-release
+    cmake -S "$HERE" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUILLON_BUILD_TESTS=OFF \
+        -DQUILLON_BUILD_BENCH=ON >/dev/null
+    cmake --build "$BUILD" -j2 --target bench_removal_proof >/dev/null
+    PROOF=$BUILD/bench/bench_removal_proof
+fi
 
 secs() { local s; s=$(date +%s.%N); "$@" >/dev/null; awk -v a="$s" -v b="$(date +%s.%N)" 'BEGIN { printf "%.3f", b - a }'; }
 
