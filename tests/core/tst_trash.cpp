@@ -1,3 +1,4 @@
+#include "platform/MountTable.h"
 #include "platform/Trash.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
@@ -203,20 +204,29 @@ private Q_SLOTS:
         QCOMPARE(entryCount(m_trash + "/files") + entryCount(m_trash + "/info"), 8);
     }
 
+    void longNameIsShortenedInTrashOnly_data()
+    {
+        QTest::addColumn<int>("twoByteCharacters"); // after 120 x and before "Z.txt"
+        for (int n : {60, 61, 63, 65})
+            QTest::newRow(qPrintable(QString::number(125 + 2 * n) + " bytes")) << n;
+    }
+    // Names that fit in a folder, but not with ".trashinfo" appended; also when clashing.
     void longNameIsShortenedInTrashOnly()
     {
-        // 250 bytes fit in a folder, but not with ".trashinfo" appended.
-        const QByteArray name = QByteArray(120, 'x') + QByteArray("\xc3\xa9").repeated(60) + "Z.txt";
-        QVERIFY(writeFile(work(name), "long"));
-        const TrashOutcome outcome = FreedesktopTrash().moveToTrash(work(name));
-        QVERIFY2(outcome.moved, qPrintable(outcome.errorText));
-        const QByteArray entry = PathUtils::lastPathComponent(outcome.trashedPath);
-        QVERIFY(entry.size() + 10 <= 255);
-        // Cut on a character boundary.
-        QCOMPARE(QString::fromUtf8(entry).toUtf8(), entry);
-        QVERIFY(name.startsWith(entry));
-        QCOMPARE(trashedFrom(outcome), work(name));
-        QCOMPARE(FreedesktopTrash::baseTrashName("short.txt"), QByteArray("short.txt"));
+        QFETCH(int, twoByteCharacters);
+        const QByteArray name =
+            QByteArray(120, 'x') + QByteArray("\xc3\xa9").repeated(twoByteCharacters) + "Z.txt";
+        for (int round = 0; round < 2; ++round) {
+            QVERIFY(writeFile(work(name), "long"));
+            const TrashOutcome outcome = FreedesktopTrash().moveToTrash(work(name));
+            QVERIFY2(outcome.moved, qPrintable(outcome.errorText));
+            const QByteArray entry = PathUtils::lastPathComponent(outcome.trashedPath);
+            QVERIFY(entry.size() + 10 <= 255);
+            // Cut on a character boundary.
+            QCOMPARE(QString::fromUtf8(entry).toUtf8(), entry);
+            QVERIFY(name.startsWith(entry.left(entry.size() - 2 * round)));
+            QCOMPARE(trashedFrom(outcome), work(name));
+        }
     }
 
     // Permission bits stop nothing for root, so the trash is blocked by a regular file.
@@ -324,6 +334,43 @@ private Q_SLOTS:
         // Nothing is ever made through a link or in a .Trash that is not trusted.
         QVERIFY(entryCount(elsewhere) == 0);
         QVERIFY(!steps.contains("plain") || entryCount(shared) == 0);
+    }
+
+    // A bind mount of the home volume shares its device; the rename into the home trash crosses
+    // mounts, so the item goes to the trash of its own mount.
+    void bindMountUsesItsOwnTrash()
+    {
+        const QByteArray source = work("data"), point = work("bound");
+        if (!m_privateMounts || !makeDir(source) || !makeDir(point) ||
+            ::mount(source.constData(), point.constData(), nullptr, MS_BIND, nullptr) != 0)
+            QSKIP("no bind mount can be made here");
+        m_mounts.append(point);
+        QVERIFY(writeFile(point + "/a b.txt", "bound"));
+        const TrashOutcome outcome = FreedesktopTrash().moveToTrash(point + "/a b.txt");
+        QVERIFY2(outcome.moved, qPrintable(outcome.errorText));
+        const QByteArray trashDir = point + "/.Trash-" + QByteArray::number(::getuid());
+        QCOMPARE(outcome.trashedPath, trashDir + "/files/a b.txt");
+        QCOMPARE(infoPathValue(readBytes(outcome.infoPath)), QByteArray("a%20b.txt"));
+        QCOMPARE(entryCount(m_trash + "/info"), 0);
+    }
+
+    void mountPoints_data()
+    {
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<QByteArray>("mountPoint");
+        QTest::newRow("root") << QByteArray("/etc/x") << QByteArray("/");
+        QTest::newRow("escaped name") << QByteArray("/mnt/my disk/a") << QByteArray("/mnt/my disk");
+        QTest::newRow("longest wins") << QByteArray("/mnt/my disk/in/b") << QByteArray("/mnt/my disk/in");
+        QTest::newRow("prefix only by name") << QByteArray("/mnt/my diskette") << QByteArray("/");
+    }
+    void mountPoints()
+    {
+        QFETCH(QByteArray, path);
+        QFETCH(QByteArray, mountPoint);
+        const QByteArray table = "22 1 8:1 / / rw - ext4 /dev/sda1 rw\n"
+                                 "30 22 8:2 / /mnt/my\\040disk rw - ext4 /dev/sdb1 rw\n"
+                                 "31 30 8:2 /x /mnt/my\\040disk/in rw - ext4 /dev/sdb1 rw\n";
+        QCOMPARE(MountTable::mountPointOf(path, MountTable::mountPoints(table)), mountPoint);
     }
 
     void otherVolumeUsesItsOwnTrash_data()

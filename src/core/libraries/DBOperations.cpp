@@ -1,12 +1,14 @@
 #include "libraries/DBOperations.h"
 
+#include "libraries/LibraryConnection.h"
+#include "libraries/LibraryStatement.h"
+
 #include "app/AppGlobals.h"
 #include "platform/Platform.h"
 #include "util/CommonFuncs.h"
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
-#include <QStringDecoder>
 #include <cerrno>
 #include <fcntl.h>
 #include <sqlite3.h>
@@ -14,105 +16,7 @@
 
 namespace {
 
-// One open connection, closed when it goes out of scope.
-class Connection
-{
-public:
-    Connection(const QByteArray& path, int flags)
-    {
-        // An empty name would open a private temporary database: never a library's.
-        if (path.isEmpty())
-            return;
-        sqlite3_initialize();
-        if (sqlite3_open_v2(path.constData(), &m_db, flags, nullptr) != SQLITE_OK) {
-            sqlite3_close(m_db);
-            m_db = nullptr;
-            return;
-        }
-        sqlite3_busy_timeout(m_db, 2000);
-    }
-    ~Connection() { sqlite3_close(m_db); }
-    Connection(const Connection&) = delete;
-    Connection& operator=(const Connection&) = delete;
-
-    explicit operator bool() const { return m_db != nullptr; }
-    sqlite3* handle() const { return m_db; }
-
-private:
-    sqlite3* m_db = nullptr;
-};
-
-// One prepared statement, finalised when it goes out of scope.
-class Statement
-{
-public:
-    Statement(const Connection& db, const QByteArray& sql)
-    {
-        if (db && sqlite3_prepare_v2(db.handle(), sql.constData(), int(sql.size()), &m_stmt, nullptr) !=
-                      SQLITE_OK) {
-            sqlite3_finalize(m_stmt);
-            m_stmt = nullptr;
-        }
-    }
-    ~Statement() { sqlite3_finalize(m_stmt); }
-    Statement(const Statement&) = delete;
-    Statement& operator=(const Statement&) = delete;
-
-    explicit operator bool() const { return m_stmt != nullptr; }
-    sqlite3_stmt* handle() const { return m_stmt; }
-
-    void bindText(int index, const QString& value)
-    {
-        const QByteArray utf8 = value.toUtf8();
-        sqlite3_bind_text(m_stmt, index, utf8.constData(), int(utf8.size()), SQLITE_TRANSIENT);
-    }
-    void bindInt(int index, int value) { sqlite3_bind_int(m_stmt, index, value); }
-    int step() { return m_stmt ? sqlite3_step(m_stmt) : SQLITE_MISUSE; }
-
-private:
-    sqlite3_stmt* m_stmt = nullptr;
-};
-
-enum class TextRead { Ok, Null, Invalid };
-
-// A text column, with invalid UTF-8 reported instead of silently replaced.
-TextRead readText(sqlite3_stmt* stmt, int column, QString& out, QByteArray* raw = nullptr)
-{
-    out.clear();
-    if (sqlite3_column_type(stmt, column) == SQLITE_NULL)
-        return TextRead::Null;
-    const auto* bytes = reinterpret_cast<const char*>(sqlite3_column_text(stmt, column));
-    const int length = sqlite3_column_bytes(stmt, column);
-    const QByteArrayView view(bytes, length);
-    QStringDecoder decoder(QStringDecoder::Utf8, QStringDecoder::Flag::Stateless);
-    QString text = decoder.decode(view);
-    if (decoder.hasError())
-        return TextRead::Invalid;
-    out = std::move(text);
-    if (raw)
-        *raw = view.toByteArray();
-    return TextRead::Ok;
-}
-
-QString unreadableColumn(sqlite3_stmt* stmt, int column)
-{
-    return QStringLiteral("column %1 is not valid UTF-8 text")
-        .arg(QString::fromUtf8(sqlite3_column_name(stmt, column)));
-}
-
-// Table names come from the callers' fixed list (or the database's own catalogue); quoted as an
-// identifier all the same.
-QByteArray quotedTable(const QString& table)
-{
-    QString quoted = table;
-    quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
-    return '"' + quoted.toUtf8() + '"';
-}
-
-QByteArray withTable(const char* before, const QString& table, const char* after = "")
-{
-    return QByteArray(before) + quotedTable(table) + QByteArray(after);
-}
+using namespace LibrarySql;
 
 constexpr int kReadWrite = SQLITE_OPEN_READWRITE;
 
@@ -243,8 +147,8 @@ std::optional<QList<PhotoRecord>> DBOperations::getImagesFromlibraryPath(const Q
 
     QList<PhotoRecord> records;
     {
-        Connection db(copy, SQLITE_OPEN_READONLY);
-        Statement stmt(db, kPhotosQuery);
+        LibraryConnection db(copy, SQLITE_OPEN_READONLY);
+        LibraryStatement stmt(db, kPhotosQuery);
         if (stmt) {
             stmt.bindText(1, AppGlobals::photosAlbumName);
             while (stmt.step() == SQLITE_ROW) {
@@ -266,9 +170,10 @@ std::optional<QList<PhotoRecord>> DBOperations::getImagesFromlibraryPath(const Q
 QList<QVariantMap> DBOperations::getAllVersionPhotos(const QByteArray& dbPath, const QString& tableName)
 {
     QList<QVariantMap> versions;
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("SELECT modelId, uuid, masterUuid, projectUuid, name FROM ", tableName,
-                                 " WHERE isInTrash = 0 AND showInLibrary= 1 AND versionNumber <> 0;"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db,
+                          withTable("SELECT modelId, uuid, masterUuid, projectUuid, name FROM ", tableName,
+                                    " WHERE isInTrash = 0 AND showInLibrary= 1 AND versionNumber <> 0;"));
     if (!stmt)
         return versions;
     static const char* const keys[] = {"uuid", "masterUuid", "projectUuid", "name"};
@@ -301,8 +206,8 @@ QList<QVariantMap> DBOperations::getAllVersionPhotos(const QByteArray& dbPath, c
 void DBOperations::getAllMasterPhotos(const QByteArray& dbPath, const QByteArray& dbPrefix,
                                       const QString& tableName, QHash<QString, MasterInfo>& updateDict)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("SELECT uuid, imagePath FROM ", tableName, " WHERE isInTrash = 0;"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("SELECT uuid, imagePath FROM ", tableName, " WHERE isInTrash = 0;"));
     if (!stmt)
         return;
     while (stmt.step() == SQLITE_ROW) {
@@ -332,8 +237,8 @@ void DBOperations::getAllMasterPhotos(const QByteArray& dbPath, const QByteArray
 void DBOperations::getAllFolders(const QByteArray& dbPath, const QString& tableName,
                                  QHash<QString, FolderInfo>& updateDict)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("SELECT uuid, name FROM ", tableName, ";"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("SELECT uuid, name FROM ", tableName, ";"));
     if (!stmt)
         return;
     while (stmt.step() == SQLITE_ROW) {
@@ -372,8 +277,8 @@ bool DBOperations::markInTrashForVersion(const QByteArray& dbPath, const QString
 bool DBOperations::justMarkInTrashForVersion(const QByteArray& dbPath, const QString& tableName,
                                              const QString& uuid)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("UPDATE ", tableName, " SET isInTrash=1 WHERE uuid=?1;"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("UPDATE ", tableName, " SET isInTrash=1 WHERE uuid=?1;"));
     if (!stmt)
         return false;
     stmt.bindText(1, uuid);
@@ -383,8 +288,8 @@ bool DBOperations::justMarkInTrashForVersion(const QByteArray& dbPath, const QSt
 bool DBOperations::updateFolderCount(const QByteArray& dbPath, const QString& tableName,
                                      const QString& projectUuid, int count)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("UPDATE ", tableName, " SET versionCount=?1 WHERE uuid=?2;"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("UPDATE ", tableName, " SET versionCount=?1 WHERE uuid=?2;"));
     if (!stmt)
         return false;
     stmt.bindInt(1, count);
@@ -401,23 +306,23 @@ bool DBOperations::markInTrashForMaster(const QByteArray& dbPath, const QString&
 
 bool DBOperations::tableEmptyData(const QByteArray& dbPath, const QString& tableName)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("delete from ", tableName, ";"));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("delete from ", tableName, ";"));
     return stmt && stmt.step() == SQLITE_DONE;
 }
 
 bool DBOperations::tableHasData(const QByteArray& dbPath, const QString& tableName)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, withTable("select * from ", tableName));
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, withTable("select * from ", tableName));
     return stmt && stmt.step() == SQLITE_ROW;
 }
 
 QStringList DBOperations::getDBTableName(const QByteArray& dbPath)
 {
     QStringList names;
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, "SELECT * FROM sqlite_master where type = 'table'");
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, "SELECT * FROM sqlite_master where type = 'table'");
     if (!stmt)
         return names;
     while (stmt.step() == SQLITE_ROW) {
@@ -453,7 +358,7 @@ bool DBOperations::dbEmptyData(const QByteArray& dbPath)
 
 bool DBOperations::vacuumDB(const QByteArray& dbPath)
 {
-    Connection db(dbPath, kReadWrite);
-    Statement stmt(db, "vacuum;");
+    LibraryConnection db(dbPath, kReadWrite);
+    LibraryStatement stmt(db, "vacuum;");
     return stmt && stmt.step() == SQLITE_DONE;
 }

@@ -1,6 +1,7 @@
 #include "libraries/DataFiller.h"
 
 #include "app/Settings.h"
+#include "libraries/LibraryConnection.h"
 #include "libraries/PropertyList.h"
 #include "util/AlertPresenter.h"
 #include "util/Log.h"
@@ -47,6 +48,8 @@ DataFiller::DataFiller(AlertPresenter* alerts, Settings* settings) : m_alerts(al
                 "3GP",  "M4V", "3GPP", "3PP2", "MPEG-2", "MPEG-1", "MPA", "FLV",  "WMX"};
     logIPhotoBundleVersion();
 }
+
+DataFiller::~DataFiller() = default;
 
 void DataFiller::showAlert(const QString& message, const QString& informative)
 {
@@ -235,6 +238,8 @@ void DataFiller::moveNodeToiPhotoTrash(int index)
     if (m_removedIndexes.contains(index))
         return;
     m_removedIndexes.insert(index);
+    if (!m_trashSession)
+        m_trashSession = std::make_unique<LibraryWriteSession>(dbPath);
     removePhoto(masterPhotos[index], index);
 }
 
@@ -266,4 +271,5 @@ void DataFiller::finalizeTrashOperation()
     // Emptied so that the library rebuilds its indexes.
     DBOperations::tableEmptyData(dbPath, QStringLiteral("RKVersion_RidIndexes"));
     DBOperations::tableEmptyData(dbPath, QStringLiteral("RKMaster_RidIndexes"));
+    m_trashSession.reset();
 }

@@ -9,8 +9,10 @@
 #include <QString>
 #include <QStringList>
 #include <QVariantMap>
+#include <memory>
 
 class AlertPresenter;
+class LibraryWriteSession;
 class Settings;
 
 // Reads one iPhoto (or Aperture) library: the photos the library itself shows, three paths
@@ -22,6 +24,7 @@ public:
     // Alerts go to the presenter (none: logged only); "IncludeEditedCopies" is read from the
     // settings (none: the standard settings).
     explicit DataFiller(AlertPresenter* alerts = nullptr, Settings* settings = nullptr);
+    ~DataFiller();
 
     void setLibPath(const QByteArray& path) { libPath = path; }
     void fetchImagesFromLib(const QByteArray& path);
@@ -31,6 +34,8 @@ public:
     QList<QVariantMap> makeMastersListFor(const QList<QVariantMap>& versions, QList<QByteArray>& arrOP,
                                           QList<QByteArray>& arrIP, QList<QByteArray>& arrTP,
                                           const QVariantMap& xmlDict);
+    // The first removal opens one connection (and transaction) to the library database that
+    // lasts until finalizeTrashOperation commits it.
     void moveNodeToiPhotoTrash(int index);
     bool removePhoto(const QVariantMap& version, int index);
     void finalizeTrashOperation();
@@ -62,4 +67,5 @@ private:
     bool countDiffer = false;
     QList<QByteArray> videoArr; // upper-case suffixes
     QSet<int> m_removedIndexes; // photos already moved to the library's trash
+    std::unique_ptr<LibraryWriteSession> m_trashSession;
 };

@@ -1,5 +1,6 @@
 #include "platform/Trash.h"
 
+#include "platform/MountTable.h"
 #include "platform/Platform.h"
 #include "util/Log.h"
 #include "util/PathUtils.h"
@@ -236,7 +237,9 @@ TrashOutcome FreedesktopTrash::moveToTrash(const QByteArray& path)
         QString error;
         if (!ensureDirectoryPath(homeTrash, &error))
             return notMoved(path, error);
-        return moveInto(homeTrash, itemPath, itemPath);
+        int renameError = 0;
+        TrashOutcome outcome = moveInto(homeTrash, itemPath, itemPath, &renameError);
+        return renameError == EXDEV ? moveIntoOwnMount(itemPath) : outcome;
     }
 
     const QByteArray topdir = topDirectory(itemPath, quint64(item.st_dev));
@@ -245,11 +248,24 @@ TrashOutcome FreedesktopTrash::moveToTrash(const QByteArray& path)
     if (!trashDir)
         return notMoved(path, error);
     const QByteArray relative = topdir == "/" ? itemPath.mid(1) : itemPath.mid(topdir.size() + 1);
+    int renameError = 0;
+    TrashOutcome outcome = moveInto(*trashDir, itemPath, relative, &renameError);
+    return renameError == EXDEV ? moveIntoOwnMount(itemPath) : outcome;
+}
+
+TrashOutcome FreedesktopTrash::moveIntoOwnMount(const QByteArray& itemPath)
+{
+    const QByteArray mount = MountTable::mountPointOf(itemPath);
+    QString error;
+    const std::optional<QByteArray> trashDir = volumeTrashDirectory(mount, uint(::getuid()), &error);
+    if (!trashDir)
+        return notMoved(itemPath, error);
+    const QByteArray relative = mount == "/" ? itemPath.mid(1) : itemPath.mid(mount.size() + 1);
     return moveInto(*trashDir, itemPath, relative);
 }
 
 TrashOutcome FreedesktopTrash::moveInto(const QByteArray& trashDir, const QByteArray& itemPath,
-                                        const QByteArray& pathValue)
+                                        const QByteArray& pathValue, int* renameError)
 {
     const QByteArray filesDir = PathUtils::join(trashDir, "files");
     const QByteArray infoDir = PathUtils::join(trashDir, "info");
@@ -279,7 +295,8 @@ TrashOutcome FreedesktopTrash::moveInto(const QByteArray& trashDir, const QByteA
             ::unlink(infoPath.constData());
             continue;
         }
-        const bool written = Platform::writeAll(fd, info.constData(), info.size());
+        // On disk before the item moves: a crash must never leave an entry without its origin.
+        const bool written = Platform::writeAll(fd, info.constData(), info.size()) && ::fsync(fd) == 0;
         const int writeErrno = errno;
         if (::close(fd) != 0 || !written) {
             const int err = written ? errno : writeErrno;
@@ -293,6 +310,13 @@ TrashOutcome FreedesktopTrash::moveInto(const QByteArray& trashDir, const QByteA
             ::unlink(infoPath.constData());
             if (err == EEXIST)
                 continue;
+            if (renameError)
+                *renameError = err;
+            if (err == EXDEV && renameError) {
+                TrashOutcome crossed;
+                crossed.errorText = errorText(err);
+                return crossed;
+            }
             return notMoved(itemPath, errorText(err));
         }
         TrashOutcome outcome;
@@ -302,6 +326,23 @@ TrashOutcome FreedesktopTrash::moveInto(const QByteArray& trashDir, const QByteA
         return outcome;
     }
     return notMoved(itemPath, QStringLiteral("No free name was found in the Trash."));
+}
+
+PutBackOutcome TrashInterface::putBack(const TrashOutcome& item, const QByteArray& originalPath)
+{
+    const auto stays = [](const QString& why) { return PutBackOutcome{false, why}; };
+    struct stat st;
+    if (!item.moved || item.trashedPath.isEmpty() || ::lstat(item.trashedPath.constData(), &st) != 0)
+        return stays(QStringLiteral("The item is no longer in the Trash."));
+    if (::lstat(originalPath.constData(), &st) == 0)
+        return stays(QStringLiteral("Another item now has its place."));
+    if (renameNoReplace(item.trashedPath, originalPath) != 0) {
+        const int err = errno;
+        return stays(err == EEXIST ? QStringLiteral("Another item now has its place.") : errorText(err));
+    }
+    if (!item.infoPath.isEmpty())
+        ::unlink(item.infoPath.constData());
+    return {true, {}};
 }
 
 std::unique_ptr<TrashInterface> createSystemTrash()

@@ -15,6 +15,13 @@ struct TrashOutcome
     QString errorText;      // why it was not moved; empty when moved
 };
 
+// What became of one item that Put Back was asked to return.
+struct PutBackOutcome
+{
+    bool restored = false;
+    QString errorText; // why it stays in the Trash; empty when restored
+};
+
 // Moves items to the Trash. An item that cannot go to a Trash is never deleted: it stays where
 // it is and the outcome says so. Implementations may be called from a worker thread.
 class TrashInterface
@@ -22,12 +29,16 @@ class TrashInterface
 public:
     virtual ~TrashInterface() = default;
     virtual TrashOutcome moveToTrash(const QByteArray& path) = 0;
+    // Returns a moved item to `originalPath` when that place is free (one rename, never over
+    // another item) and removes its .trashinfo; otherwise it stays in the Trash.
+    virtual PutBackOutcome putBack(const TrashOutcome& item, const QByteArray& originalPath);
 };
 
 // The freedesktop.org Trash: the home trash under $XDG_DATA_HOME/Trash for items on its volume,
 // else $topdir/.Trash/$uid (when $topdir/.Trash is a sticky directory and not a link) or
-// $topdir/.Trash-$uid on the item's own volume. One rename(2) moves the item; nothing is ever
-// copied across volumes.
+// $topdir/.Trash-$uid on the item's own volume. An item on a bind mount of the home volume
+// (the rename answers EXDEV) uses the trash of its own mount. The .trashinfo is on disk before
+// one rename(2) moves the item; nothing is ever copied across volumes.
 class FreedesktopTrash : public TrashInterface
 {
 public:
@@ -55,8 +66,11 @@ public:
     static QByteArray baseTrashName(const QByteArray& itemName);
 
 private:
+    // `renameError` receives the rename's errno when that step failed.
     static TrashOutcome moveInto(const QByteArray& trashDir, const QByteArray& itemPath,
-                                 const QByteArray& pathValue);
+                                 const QByteArray& pathValue, int* renameError = nullptr);
+    // The trash of the mount that holds the item, for a rename that crossed mounts.
+    static TrashOutcome moveIntoOwnMount(const QByteArray& itemPath);
 };
 
 // The Trash of the running platform: FreedesktopTrash on Linux, Qt's on macOS.
