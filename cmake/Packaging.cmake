@@ -5,11 +5,12 @@ set(CPACK_PACKAGE_VENDOR "The Quillon developers")
 set(CPACK_PACKAGE_CONTACT "Quillon developers <quillon@example.org>")
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "desktop duplicate-file finder")
 set(CPACK_PACKAGE_DESCRIPTION
-    "Quillon finds files with identical contents in folders, files and photo libraries.\n"
-    "It groups them by exact size, then by MD5 digest, keeps the digests in a small\n"
-    "cache, and moves the copies you mark only to the Trash, after comparing them byte\n"
-    "for byte with a copy that stays. The package also contains quillon-scan, the same\n"
-    "scanner on the command line. Quillon sends nothing over the network.")
+    "Quillon finds files with identical contents in folders, files and photo\n"
+    "libraries. It groups them by exact size, then by MD5 digest, keeps the\n"
+    "digests in a small cache, and moves the copies you mark only to the Trash,\n"
+    "after comparing them byte for byte with a copy that stays. The package also\n"
+    "contains quillon-scan, the same scanner on the command line. Quillon sends\n"
+    "nothing over the network.")
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
