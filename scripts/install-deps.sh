@@ -8,6 +8,7 @@ packages=(
   qt6-base-dev qt6-base-dev-tools libqt6svg6-dev qt6-svg-dev qt6-pdf-dev libgl-dev
   libsqlite3-dev sqlite3 libssl-dev openssl libplist-dev
   fontconfig fonts-dejavu-core
+  desktop-file-utils appstream man-db lintian file dpkg-dev
 )
 if [ "${1:-}" = "--bench" ]; then
   packages+=(jdupes fdupes rmlint time python3)

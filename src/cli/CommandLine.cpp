@@ -115,6 +115,8 @@ std::optional<CommandLine> CommandLine::parse(int argc, char** argv, QString& er
         bool missing = false;
         if (arg == "-h" || arg == "--help") {
             cl.help = true;
+        } else if (arg == "--version") {
+            cl.version = true;
         } else if (arg == "-q" || arg == "--quiet") {
             cl.quiet = true;
         } else if (arg == "--json") {
@@ -151,7 +153,7 @@ std::optional<CommandLine> CommandLine::parse(int argc, char** argv, QString& er
             return std::nullopt;
         }
     }
-    if (cl.help)
+    if (cl.help || cl.version)
         return cl;
     if (noExclude && !excludes.isEmpty()) {
         error = QStringLiteral("--exclude and --no-exclude cannot be used together");
@@ -221,6 +223,9 @@ OPTIONS
     -h, --help
         Show this help.
 
+    --version
+        Show the version.
+
 OUTPUT
     Text: each group of identical items, one path per line, groups separated by one blank
     line, the group that frees the most space first (ties by first path). Then a summary on
@@ -237,6 +242,10 @@ EXIT STATUS
          detected in the selected path(s).")
     130  interrupted (SIGINT); the groups found so far are printed and the digests
          computed so far are stored in the cache
+
+ENVIRONMENT
+    QUILLON_SCAN_LOG
+        When set and not empty, the application's log lines are shown on standard error.
 
 FILES
     $XDG_CACHE_HOME/Quillon.db (default ~/.cache/Quillon.db)

@@ -18,6 +18,7 @@ struct CommandLine
     bool json = false;
     bool quiet = false;
     bool help = false;
+    bool version = false;
 
     // Parses argv; on a usage error returns nothing and sets error to the message.
     static std::optional<CommandLine> parse(int argc, char** argv, QString& error);

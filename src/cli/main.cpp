@@ -96,6 +96,10 @@ int main(int argc, char** argv)
         writeAll(stdout, CommandLine::helpText().toUtf8());
         return 0;
     }
+    if (cl->version) {
+        writeAll(stdout, "quillon-scan " QUILLON_VERSION "\n");
+        return 0;
+    }
     for (const QByteArray& path : cl->paths) {
         if (!PathUtils::exists(path)) {
             error(QStringLiteral("cannot access '%1': No such file or directory")

@@ -55,10 +55,13 @@ void AppDelegate::awakeFromNib()
     // even when it is the last one visible.
     QGuiApplication::setQuitOnLastWindowClosed(false);
 
+    // The installed theme icon carries the desktop entry's name; the built-in drawing is the
+    // same picture for a run from the build folder.
     QIcon appIcon;
     for (int size : {16, 24, 32, 48, 64, 128, 256})
         appIcon.addPixmap(HeaderView::applicationPixmap(size));
-    QGuiApplication::setWindowIcon(appIcon);
+    const QString iconName = QGuiApplication::desktopFileName();
+    QGuiApplication::setWindowIcon(iconName.isEmpty() ? appIcon : QIcon::fromTheme(iconName, appIcon));
 
     m_mainWindow = std::make_unique<MainWindow>();
     m_mainWindow->resize(kMainWindowWidth, kMainWindowHeight);
