@@ -4,13 +4,12 @@
 #include "libraries/PhotosNode.h"
 #include "model/DuplicateGroup.h"
 #include "model/FileInfoNode.h"
+#include "review/FileNameMatcher.h"
+#include "review/GroupOrdering.h"
 #include "util/AlertPresenter.h"
 #include "util/CommonFuncs.h"
 #include "util/LinqExtensions.h"
 #include "util/Log.h"
-
-#include <QLatin1String>
-#include <algorithm>
 
 namespace LE = LinqExtensions;
 
@@ -32,96 +31,6 @@ constexpr CategoryText kCategories[ReviewModel::kCategoryCount] = {
 bool isCategory(qint32 index)
 {
     return index >= 0 && index < ReviewModel::kCategoryCount;
-}
-
-// The last path component, without copying.
-QByteArrayView nameOf(const FileInfoNode* node)
-{
-    const QByteArray& path = node->filePath;
-    qsizetype end = path.size();
-    while (end > 1 && path.at(end - 1) == '/')
-        --end;
-    const qsizetype start = path.lastIndexOf('/', end - 1) + 1;
-    return QByteArrayView(path.constData() + start, end - start);
-}
-
-bool isAscii(QByteArrayView bytes)
-{
-    return std::all_of(bytes.begin(), bytes.end(), [](char c) { return uchar(c) < 0x80; });
-}
-
-// Case-insensitive substring test on file names. Plain ASCII on both sides (the common case)
-// is compared byte-wise; anything else through Unicode case folding.
-class NameMatcher
-{
-public:
-    explicit NameMatcher(const QString& needle)
-        : m_needle(needle), m_latin1(needle.toLatin1()),
-          m_ascii(std::all_of(needle.begin(), needle.end(), [](QChar c) { return c.unicode() < 0x80; }))
-    {}
-
-    bool operator()(const FileInfoNode* node) const
-    {
-        const QByteArrayView name = nameOf(node);
-        if (m_ascii && isAscii(name))
-            return QLatin1String(name.data(), name.size())
-                .contains(QLatin1String(m_latin1), Qt::CaseInsensitive);
-        return QString::fromUtf8(name).contains(m_needle, Qt::CaseInsensitive);
-    }
-
-private:
-    QString m_needle;
-    QByteArray m_latin1;
-    bool m_ascii;
-};
-
-// The lower-cased name of a group's first shown file as a sort key. The first eight UTF-16
-// units, packed, decide most comparisons without touching the strings; the order is that
-// of the strings.
-struct NameKey
-{
-    quint64 head[2] = {0, 0};
-    QString name;
-
-    bool operator<(const NameKey& other) const
-    {
-        if (head[0] != other.head[0])
-            return head[0] < other.head[0];
-        if (head[1] != other.head[1])
-            return head[1] < other.head[1];
-        return name < other.name;
-    }
-};
-
-NameKey nameKey(const DuplicateGroup* group)
-{
-    NameKey key;
-    if (group->filteredChildren.empty())
-        return key;
-    key.name = QString::fromUtf8(nameOf(group->filteredChildren.front())).toLower();
-    for (qsizetype i = 0; i < 8 && i < key.name.size(); ++i)
-        key.head[i / 4] |= quint64(key.name.at(i).unicode()) << (48 - 16 * (i % 4));
-    return key;
-}
-
-// Stable descending sort on precomputed keys, then reversed unless descending was asked.
-template <class KeyOf>
-ReviewModel::GroupList sortedBy(const ReviewModel::GroupList& groups, qint32 sortOrder, KeyOf keyOf)
-{
-    using Key = std::remove_cvref_t<std::invoke_result_t<KeyOf, const DuplicateGroup*>>;
-    struct Keyed
-    {
-        Key key;
-        DuplicateGroup* group;
-    };
-    std::vector<Keyed> keyed;
-    keyed.reserve(groups.size());
-    for (DuplicateGroup* group : groups)
-        keyed.push_back({keyOf(group), group});
-    keyed = LE::sortDesc(keyed, [](const Keyed& k) -> const Key& { return k.key; });
-    if (sortOrder != 1)
-        keyed = LE::reverse(keyed);
-    return LE::select(keyed, [](const Keyed& k) { return k.group; });
 }
 
 } // namespace
@@ -248,7 +157,7 @@ void ReviewModel::runSearchForDuplicates(const QString& text)
             m_arrMainGroup, [](const DuplicateGroup* g) { return g->filteredChildren.size() >= 2; })));
     } else {
         // In result order and unsorted; a matching group keeps all its shown files.
-        const NameMatcher matches(needle);
+        const FileNameMatcher matches(needle);
         m_arrGroups = LE::where(m_arrMainGroup, [&matches](const DuplicateGroup* g) {
             return LE::any(g->filteredChildren, [&matches](const FileInfoNode* f) { return matches(f); });
         });
@@ -278,11 +187,6 @@ qint64 ReviewModel::duplicateGroupsSize(const GroupList& groups)
     return size;
 }
 
-quint64 ReviewModel::markedCount(const DuplicateGroup* group)
-{
-    return LE::count(group->filteredChildren, [](const FileInfoNode* f) { return f->state == 1; });
-}
-
 std::optional<ReviewModel::GroupList> ReviewModel::getSortedArray(const GroupList& groups) const
 {
     return getSortedArray(groups, m_sortType, m_sortOrder);
@@ -291,19 +195,7 @@ std::optional<ReviewModel::GroupList> ReviewModel::getSortedArray(const GroupLis
 std::optional<ReviewModel::GroupList> ReviewModel::getSortedArray(const GroupList& groups, quint32 sortType,
                                                                   qint32 sortOrder)
 {
-    switch (sortType) {
-    case 0:
-        return sortedBy(groups, sortOrder, [](const DuplicateGroup* g) { return qint64(g->groupSize); });
-    case 2:
-        return sortedBy(groups, sortOrder, nameKey);
-    case 3:
-        return sortedBy(groups, sortOrder,
-                        [](const DuplicateGroup* g) { return g->filteredChildren.size(); });
-    case 4:
-        return sortedBy(groups, sortOrder, [](const DuplicateGroup* g) { return markedCount(g); });
-    default:
-        return std::nullopt;
-    }
+    return GroupOrdering::sorted(groups, sortType, sortOrder);
 }
 
 void ReviewModel::selectSortingType(int itemIndex)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "review/GroupOrdering.h"
 #include "review/ReviewMarking.h"
 
 #include <QByteArray>
@@ -86,7 +87,7 @@ public:
     static quint64 duplicateCountInCategory(const GroupList& groups);
     static qint64 duplicateGroupsSize(const GroupList& groups);
     // Marked shown files of a group.
-    static quint64 markedCount(const DuplicateGroup* group);
+    static quint64 markedCount(const DuplicateGroup* group) { return GroupOrdering::markedCount(group); }
 
     // Display order for the current key and order; nothing for a key of 1 or above 4.
     std::optional<GroupList> getSortedArray(const GroupList& groups) const;
