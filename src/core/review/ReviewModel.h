@@ -120,7 +120,9 @@ public:
     void unMarkAllDuplicate();
     void updateMarkedCountSizeForSelectedFiles();
 
-    // After a Trash run. A moved file leaves the totals: decrementMarked(fileSize) for each.
+    // After a Trash run, on this model's thread. Each moved file leaves the totals (the
+    // group's groupSize is the mover's to reduce); no signal, addObjectsToGroupArray
+    // refreshes the summary.
     void decrementMarked(quint64 fileSize);
     // Drops every marked member with isMoveToTrash from children and filteredChildren of all
     // groups (a Photos item not put in the album is kept and its isMoveToTrash cleared).
