@@ -3,12 +3,10 @@
 #include "app/Settings.h"
 #include "preferences/PreferencesToolbarItems.h"
 #include "preferences/PreferencesWindowGeometry.h"
+#include "preferences/PreferencesWindowResizer.h"
 
 #include <QAction>
 #include <QCloseEvent>
-#include <QGuiApplication>
-#include <QPropertyAnimation>
-#include <QScreen>
 #include <QTimer>
 #include <QToolBar>
 #include <cmath>
@@ -46,10 +44,7 @@ TamPreferencesWindowController::TamPreferencesWindowController(Settings& setting
     connect(closeAction, &QAction::triggered, this, &QWidget::close);
     addAction(closeAction);
 
-    m_resizeAnimation = new QPropertyAnimation(this, "geometry", this);
-    m_resizeAnimation->setEasingCurve(QEasingCurve::InOutQuad);
-    connect(m_resizeAnimation, &QPropertyAnimation::finished, this,
-            &TamPreferencesWindowController::fixWindowSize);
+    m_resizer = new PreferencesWindowResizer(this, m_toolbar);
 
     m_titleFollowsPane = true;
     setViewControllers(viewControllers);
@@ -181,8 +176,8 @@ void TamPreferencesWindowController::setSelectedViewController(const Pane& viewC
     if (viewController)
         viewController->viewWillAppear();
 
-    const QSize previousSize = viewSize(previousView);
-    const QSize size = viewSize(view);
+    const QSize previousSize = PreferencesWindowResizer::viewSize(previousView);
+    const QSize size = PreferencesWindowResizer::viewSize(view);
     const float duration = resizeAnimationDuration(QSizeF(previousSize), QSizeF(size));
     resizeWindowForContentSize(size, duration);
 
@@ -333,56 +328,9 @@ void TamPreferencesWindowController::selectToolbarItem(QAction* item)
     setToolbarSelectedItemIdentifier(toolbarItemIdentifierForViewController(m_selectedViewController));
 }
 
-int TamPreferencesWindowController::toolbarHeight() const
-{
-    return m_toolbar->isHidden() ? 0 : m_toolbar->sizeHint().height();
-}
-
-QRect TamPreferencesWindowController::contentRect() const
-{
-    const QRect frame = geometry();
-    const int top = toolbarHeight();
-    return QRect(frame.x(), frame.y() + top, frame.width(), std::max(0, frame.height() - top));
-}
-
-QRect TamPreferencesWindowController::frameRectForContentRect(const QRect& content) const
-{
-    const int top = toolbarHeight();
-    return QRect(content.x(), content.y() - top, content.width(), content.height() + top);
-}
-
-QSize TamPreferencesWindowController::viewSize(QWidget* view)
-{
-    if (!view)
-        return QSize(0, 0);
-    if (view->testAttribute(Qt::WA_Resized))
-        return view->size();
-    return view->sizeHint().expandedTo(view->minimumSizeHint()).expandedTo(view->minimumSize());
-}
-
 void TamPreferencesWindowController::resizeWindowForContentSize(const QSize& size, float duration)
 {
-    const QRect content = PreferencesWindowGeometry::contentRectKeepingTopAndCentre(contentRect(), size);
-    const QRect frame = frameRectForContentRect(content);
-    m_resizeAnimation->stop();
-    // Free the size while it changes; it is fixed again once the window has its new size.
-    setMinimumSize(0, 0);
-    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-    if (duration > 0 && isVisible()) {
-        m_resizeAnimation->setDuration(int(std::lround(double(duration) * 1000.0)));
-        m_resizeAnimation->setStartValue(geometry());
-        m_resizeAnimation->setEndValue(frame);
-        m_resizeAnimation->start();
-    } else {
-        setGeometry(frame);
-        fixWindowSize();
-    }
-}
-
-void TamPreferencesWindowController::fixWindowSize()
-{
-    // The panes decide the size; the user does not resize the window.
-    setFixedSize(size());
+    m_resizer->resizeForContentSize(size, duration);
 }
 
 void TamPreferencesWindowController::attachView(const Pane& viewController)
@@ -390,7 +338,7 @@ void TamPreferencesWindowController::attachView(const Pane& viewController)
     QWidget* view = viewController ? viewController->view() : nullptr;
     if (!view)
         return;
-    const QSize size = viewSize(view);
+    const QSize size = PreferencesWindowResizer::viewSize(view);
     view->setParent(m_contentView);
     view->move(0, 0);
     view->resize(size);
@@ -422,19 +370,9 @@ void TamPreferencesWindowController::loadWindow()
         pane->viewWillAppear();
         attachView(pane);
         pane->viewDidAppear();
-        size = viewSize(pane->view());
+        size = PreferencesWindowResizer::viewSize(pane->view());
     }
-    // First placement: centred near the top of the screen, then fixed to the pane's size.
-    QScreen* display = screen() ? screen() : QGuiApplication::primaryScreen();
-    const QRect available = display ? display->availableGeometry() : QRect(0, 0, 1280, 800);
-    const int top = toolbarHeight();
-    QRect frame(0, 0, size.width(), size.height() + top);
-    frame.moveCenter(available.center());
-    frame.moveTop(available.top() + std::max(0, (available.height() - frame.height()) / 4));
-    setMinimumSize(0, 0);
-    setMaximumSize(QWIDGETSIZE_MAX, QWIDGETSIZE_MAX);
-    setGeometry(frame);
-    fixWindowSize();
+    m_resizer->placeForContentSize(size);
 
     if (pane) {
         setToolbarSelectedItemIdentifier(toolbarItemIdentifierForViewController(pane));

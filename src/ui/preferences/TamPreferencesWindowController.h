@@ -10,7 +10,7 @@
 #include <memory>
 
 class QAction;
-class QPropertyAnimation;
+class PreferencesWindowResizer;
 class QToolBar;
 class Settings;
 
@@ -111,11 +111,6 @@ private:
     void applyTitleOfViewController(const Pane& viewController);
     void setToolbarSelectedItemIdentifier(const QString& identifier);
     void rebuildToolbar();
-    QRect contentRect() const;
-    QRect frameRectForContentRect(const QRect& content) const;
-    int toolbarHeight() const;
-    static QSize viewSize(QWidget* view);
-    void fixWindowSize();
 
     Settings& m_settings;
     PaneList m_viewControllers;
@@ -126,7 +121,7 @@ private:
     bool m_titleFollowsPane = true;
 
     QWidget* m_contentView = nullptr;
-    QPropertyAnimation* m_resizeAnimation = nullptr;
+    PreferencesWindowResizer* m_resizer = nullptr;
     QString m_toolbarSelectedIdentifier;
     bool m_windowLoaded = false;
 };
