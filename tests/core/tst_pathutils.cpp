@@ -14,7 +14,6 @@ private Q_SLOTS:
         QTest::newRow("trailing slash") << QByteArray("/a/Lib.photoslibrary/")
                                         << QByteArray("Lib.photoslibrary") << QByteArray("photoslibrary");
         QTest::newRow("hidden") << QByteArray("/a/.profile") << QByteArray(".profile") << QByteArray();
-        QTest::newRow("no ext") << QByteArray("/a/README") << QByteArray("README") << QByteArray();
         QTest::newRow("root") << QByteArray("/") << QByteArray("/") << QByteArray();
         QTest::newRow("not utf8") << QByteArray("/a/caf\xe9.JPG") << QByteArray("caf\xe9.JPG")
                                   << QByteArray("JPG");

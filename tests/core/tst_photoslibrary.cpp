@@ -2,6 +2,7 @@
 #include "libraries/DBOperations.h"
 #include "platform/Platform.h"
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/PathUtils.h"
 
 #include <QRegularExpression>
@@ -160,7 +161,7 @@ private Q_SLOTS:
         for (const char* suffix : {"", "-wal"})
             QVERIFY(QFile::copy(QFile::decodeName(old.databasePath() + suffix),
                                 QFile::decodeName(copy + suffix)));
-        QVERIFY(SqliteFixtureHelpers::writeFile(copy + "-shm", QByteArray(32768, '\x5a')));
+        QVERIFY(TestSupport::writeFile(copy + "-shm", QByteArray(32768, '\x5a')));
 
         PhotosLibraryFixture lib(dir, "Current");
         const int only = lib.addPhoto({"n/1.jpg", "new"});

@@ -72,8 +72,6 @@ private Q_SLOTS:
                                      << QRect(100, 50, 400, 200);
         QTest::newRow("larger change wins")
             << QRect(100, 50, 100, 100) << QSize(500, 200) << 0.2f << QRect(-100, 50, 500, 200);
-        QTest::newRow("shrink") << QRect(100, 50, 400, 300) << QSize(200, 100) << 0.1f
-                                << QRect(200, 50, 200, 100);
         QTest::newRow("from no view")
             << QRect(0, 0, 0, 0) << QSize(500, 1000) << 0.5f << QRect(-250, 0, 500, 1000);
     }

@@ -1,4 +1,3 @@
-#include "app/AppGlobals.h"
 #include "app/Settings.h"
 #include "platform/FileViewer.h"
 #include "platform/Platform.h"
@@ -71,13 +70,8 @@ private Q_SLOTS:
         m_tree = std::make_unique<TestSupport::TestTree>();
         settings().setExcludedFolders({QString::fromUtf8(p("ex"))});
         m_alerts.clear();
-        AppGlobals::isOSX_7_AndAbove = false;
     }
-    void cleanup()
-    {
-        m_tree.reset();
-        AppGlobals::isOSX_7_AndAbove = false;
-    }
+    void cleanup() { m_tree.reset(); }
 
     // Adding by dialog or by drop to a list holding "old"; "ex" is excluded.
     void add_data()
@@ -275,7 +269,6 @@ private Q_SLOTS:
         list.showFileInFinder(ScanList::ShowInFileViewer, 1);
         list.showFileInFinder(ScanList::ShowInFileViewer, -1);
         QCOMPARE(viewer.shown, QList<QByteArray>{b});
-        list.showFileInFinder(42, 0);
         list.showFileInFinder(ScanList::RemoveRow, -1);
         QCOMPARE(list.count(), 2);
         list.showFileInFinder(ScanList::RemoveRow, 0);
@@ -329,14 +322,6 @@ private Q_SLOTS:
         unticked.loadFromBookmarkPaths();
         QCOMPARE(unticked.count(), 3);
         QVERIFY(!unticked.isScanNowEnabled());
-
-        // The old-system flag neither restores nor saves.
-        AppGlobals::isOSX_7_AndAbove = true;
-        ScanList old(settings(), &m_alerts);
-        old.loadFromBookmarkPaths();
-        QCOMPARE(old.count(), 0);
-        old.selectPathToScan({makeDir("b")});
-        QCOMPARE(savedPaths(), (QList<QByteArray>{a, odd, library}));
     }
 };
 
