@@ -1,6 +1,7 @@
 #include <QApplication>
 
 #include "support/TestMain.h"
+#include "widgets/CFMButton.h"
 #include "widgets/ColorExtensions.h"
 #include "widgets/IMGButton.h"
 
@@ -94,10 +95,40 @@ private Q_SLOTS:
         QCOMPARE(button.textLayout(false).rect, medium.rect);
     }
 
+    void cfmDefaultColours_data()
+    {
+        QTest::addColumn<bool>("enabled");
+        QTest::addColumn<QColor>("border");
+        QTest::newRow("enabled") << true << QColor(69, 162, 255);
+        QTest::newRow("disabled") << false << QColor(185, 185, 185);
+    }
+    void cfmDefaultColours()
+    {
+        QFETCH(bool, enabled);
+        QFETCH(QColor, border);
+        CFMButton button(QStringLiteral("WWW"));
+        button.setFont(QFont(button.font().family(), 30, QFont::Black));
+        button.resize(160, 60);
+        button.setEnabled(enabled);
+        const QImage image = button.grab().toImage();
+        QCOMPARE(image.pixelColor(0, 30), border);
+        QCOMPARE(image.pixelColor(3, 30), QColor(220, 255, 255));
+        bool titleSeen = false; // the title is drawn in the border's colour
+        for (int x = 40; x < 120 && !titleSeen; ++x)
+            for (int y = 10; y < 50 && !titleSeen; ++y)
+                titleSeen = image.pixelColor(x, y) == border;
+        QVERIFY(titleSeen);
+
+        button.setDown(true);
+        const QImage pressed = button.grab().toImage();
+        QCOMPARE(pressed.pixelColor(3, 57).name(), darkenColorByValue(QColor(220, 255, 255), 0.1f).name());
+    }
+
     void lightness_data()
     {
         QTest::addColumn<QColor>("color");
         QTest::addColumn<bool>("light");
+        QTest::newRow("white") << QColor(Qt::white) << true;
         QTest::newRow("mid grey") << QColor(128, 128, 128) << false;
         QTest::newRow("just above 0.8") << QColor(205, 205, 205) << true;
         QTest::newRow("bright blue") << QColor(69, 162, 255) << false;
