@@ -65,6 +65,8 @@ public:
     const std::vector<NotTrashedFile>& arrFileNotTrashed() const { return m_notTrashed; }
     // After finished(): the records that left (isMoveToTrash set), in walk order.
     const std::vector<FileInfoNode*>& movedRecords() const { return m_moved; }
+    // After finished(): the Photos items that reached the album.
+    const std::vector<FileInfoNode*>& albumRecords() const { return m_inAlbum; }
 
     // Drops the records that left from both member lists of every group; a Photos item that did
     // not reach the album has isMoveToTrash cleared and stays. The caller then rebuilds the
