@@ -69,6 +69,7 @@ public:
         return known;
     }
     void addToAlbum(const QStringList& uuids) override { batches.append(int(uuids.size())); }
+    bool quitAndopenNewPhotosLibrary(const QByteArray&) override { return false; }
     QList<int> batches;
 };
 

@@ -77,6 +77,8 @@ public:
     // puts its record back into its group, unmarked (the caller rebuilds the shown groups).
     // Returns the files that stay in the Trash. Runs on the caller's thread; not during a run.
     std::vector<NotPutBackFile> putBack();
+    // Whether the last run moved plain files that Put Back could return.
+    bool canPutBack() const { return !m_running && !m_trashed.empty(); }
     // The records Put Back returned, after putBack().
     const std::vector<FileInfoNode*>& putBackRecords() const { return m_putBack; }
 
