@@ -13,15 +13,19 @@ TrashSummarySheet::TrashSummarySheet(QWidget* parent) : QDialog(parent)
     setWindowTitle(tr("Moved to Trash"));
     setWindowModality(Qt::WindowModal);
 
-    auto* title = new QLabel(tr("Done"), this);
+    auto* title = new QLabel(tr("Marked items moved"), this);
     QFont big = title->font();
     big.setBold(true);
     big.setPointSize(15);
     title->setFont(big);
     m_lblDupCleaned = new QLabel(this);
     m_lblDupSIzeCleaned = new QLabel(this);
-    for (QLabel* label : {m_lblDupCleaned, m_lblDupSIzeCleaned})
+    for (QLabel* label : {m_lblDupCleaned, m_lblDupSIzeCleaned}) {
         label->setTextFormat(Qt::RichText);
+        QFont font = label->font();
+        font.setPixelSize(13); // the size of the bold part, so both parts share a baseline look
+        label->setFont(font);
+    }
 
     m_putBack = new QPushButton(tr("Put Back"), this);
     m_putBack->setAccessibleName(tr("Put back the moved items"));
@@ -62,7 +66,7 @@ QString TrashSummarySheet::boldAndNonBoldString(const QString& text)
     if (colon < 0)
         return text.toHtmlEscaped();
     return text.left(colon).toHtmlEscaped() +
-           QStringLiteral("<span style=\"font-weight:bold; font-size:13pt\">") +
+           QStringLiteral("<span style=\"font-weight:bold; font-size:13px\">") +
            text.mid(colon).toHtmlEscaped() + QStringLiteral("</span>");
 }
 

@@ -16,7 +16,7 @@ public:
 
     explicit TrashSummarySheet(QWidget* parent);
 
-    // Rich text: from the first ':' to the end in bold 13-point type; no ':' stays plain.
+    // Rich text: from the first ':' to the end in bold 13-pixel type; no ':' stays plain.
     static QString boldAndNonBoldString(const QString& text);
     void showAfterTrashWindowWithCountSizeStatus(int countTrashed, quint64 sizeTrashed);
     // Put Back is offered only when there are files it can return.
