@@ -4,9 +4,11 @@
 #include "platform/Trash.h"
 #include "review/PhotosAlbum.h"
 #include "review/RemovalProof.h"
+#include "review/ReviewModel.h"
 #include "review/TrashRun.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
+#include "util/AlertPresenter.h"
 
 #include <QSignalSpy>
 #include <deque>
@@ -67,6 +69,7 @@ public:
         return known;
     }
     void addToAlbum(const QStringList& uuids) override { batches.append(int(uuids.size())); }
+    bool quitAndopenNewPhotosLibrary(const QByteArray&) override { return false; }
     QList<int> batches;
 };
 
@@ -322,6 +325,44 @@ private Q_SLOTS:
         group->children.back()->state = 1;
         QCOMPARE(int(RemovalProof(stop, compared).check(*group->children.back()).verdict),
                  int(Verdict::Proved));
+    }
+
+    // The review follows the run: emptied groups leave and the totals drop; Put Back shows them
+    // again, unmarked.
+    void reviewFollowsRunAndPutBack()
+    {
+        const QByteArray dir = TestSupport::testHome() + "/review/";
+        Scan scan;
+        for (const char* name : {"x", "y"}) {
+            const QByteArray keep = dir + name + "-keep", copy = dir + name + "-copy";
+            QVERIFY(TestSupport::writeFile(keep, name) && TestSupport::writeFile(copy, name));
+            scan.group({keep, copy});
+        }
+        ScriptedAlertPresenter alerts;
+        ReviewModel model(m_tree->settings(), alerts);
+        model.setArrMainGroup(scan.all());
+        model.updateUIComponentsDetailView();
+        for (DuplicateGroup* g : model.arrGroups())
+            model.updateNodeState(g->filteredChildren.back(), true);
+        QCOMPARE(model.countMarked(), 2);
+
+        FreedesktopTrash trash;
+        RecordingAlbum album;
+        TrashRun run(trash, album);
+        QVERIFY(runToEnd(run, model.arrGroups(), model.countMarked(), quint64(model.sizeOfMarkedFiles())));
+        model.applyTrashRun(run);
+        QVERIFY(model.arrGroups().empty() && model.summary().exhausted);
+        QCOMPARE(model.countMarked(), 0);
+        QCOMPARE(model.sizeOfMarkedFiles(), 0);
+
+        QVERIFY(run.putBack().empty());
+        model.restoreRecords(run.putBackRecords());
+        QCOMPARE(model.arrGroups().size(), size_t(2));
+        QVERIFY(!model.summary().exhausted);
+        QCOMPARE(model.summary().lblDupCount, QStringLiteral("2 duplicate(s) found 2 bytes"));
+        for (const DuplicateGroup* g : model.arrGroups())
+            QVERIFY(g->filteredChildren.size() == 2 && g->filteredChildren.back()->state == 0);
+        QCOMPARE(model.countMarked(), 0);
     }
 };
 

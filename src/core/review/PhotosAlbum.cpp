@@ -1,7 +1,9 @@
 #include "review/PhotosAlbum.h"
 
 #include "platform/Platform.h"
+#include "util/Log.h"
 
+#include <QFile>
 #include <QThread>
 
 namespace {
@@ -83,4 +85,20 @@ void PhotosAlbum::addToAlbum(const QStringList& uuids)
                                           "end tell\n"
                                           "end run\n");
     Platform::runAppleScript(script, QStringList{m_albumName} + uuids, kScriptTimeoutMs);
+}
+
+bool PhotosAlbum::quitAndopenNewPhotosLibrary(const QByteArray& libraryPath)
+{
+    const QString script =
+        QStringLiteral("on run argv\n"
+                       "tell application \"Photos\" to open (POSIX file (item 1 of argv))\n"
+                       "end run\n");
+    if (!Platform::runAppleScript(script, {QFile::decodeName(libraryPath)}, kScriptTimeoutMs)) {
+        quillonLog(
+            QStringLiteral("Exception %1").arg(QStringLiteral("the Photos library could not be opened")));
+        return false;
+    }
+    // The application needs a moment before the library is open.
+    QThread::sleep(1);
+    return true;
 }

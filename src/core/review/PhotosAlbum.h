@@ -5,7 +5,8 @@
 #include <QStringList>
 
 // The album of the Photos application into which marked Photos items are collected (items of a
-// Photos library cannot be deleted from outside). Called from the Trash run's worker thread.
+// Photos library cannot be deleted from outside). Called off the GUI thread: each call may wait
+// on the application.
 class PhotosAlbumInterface
 {
 public:
@@ -18,6 +19,9 @@ public:
     virtual QSet<QString> knownMediaItems(const QStringList& uuids) = 0;
     // Adds one batch of media items to the album.
     virtual void addToAlbum(const QStringList& uuids) = 0;
+    // Asks the application to open the library (the user then deletes the album's items there);
+    // false when the request could not be made.
+    virtual bool quitAndopenNewPhotosLibrary(const QByteArray& libraryPath) = 0;
 };
 
 // The Photos application through osascript (macOS). Elsewhere the application never runs, so
@@ -30,6 +34,7 @@ public:
     bool createDuplicatesMarkedForTrashAlbum() override;
     QSet<QString> knownMediaItems(const QStringList& uuids) override;
     void addToAlbum(const QStringList& uuids) override;
+    bool quitAndopenNewPhotosLibrary(const QByteArray& libraryPath) override;
 
 private:
     QString m_albumName;

@@ -6,10 +6,13 @@
 #include "model/FileInfoNode.h"
 #include "review/FileNameMatcher.h"
 #include "review/GroupOrdering.h"
+#include "review/TrashRun.h"
 #include "util/AlertPresenter.h"
 #include "util/CommonFuncs.h"
 #include "util/LinqExtensions.h"
 #include "util/Log.h"
+
+#include <algorithm>
 
 namespace LE = LinqExtensions;
 
@@ -304,6 +307,32 @@ void ReviewModel::addObjectsToGroupArray()
     }
     emit groupsReset();
     updateMarkedLabelCount();
+}
+
+void ReviewModel::applyTrashRun(const TrashRun& run)
+{
+    for (const FileInfoNode* node : run.movedRecords())
+        decrementMarked(node->fileSize);
+    for (const FileInfoNode* node : run.albumRecords())
+        decrementMarked(node->fileSize);
+    removeMovedRecords();
+    addObjectsToGroupArray();
+}
+
+void ReviewModel::restoreRecords(const std::vector<FileInfoNode*>& records)
+{
+    for (const FileInfoNode* node : records) {
+        DuplicateGroup* group = node->parent;
+        if (group && group->children.size() >= 2 &&
+            std::find(m_arrMainGroup.begin(), m_arrMainGroup.end(), group) == m_arrMainGroup.end())
+            m_arrMainGroup.push_back(group);
+    }
+    // What the emptied lists said no longer holds; the rebuild says it again if it must.
+    m_summary.exhausted = false;
+    m_summary.catIssueVisible = false;
+    m_summary.lblSelectedCatIssue.clear();
+    m_summary.autoSelectEnabled = true;
+    addObjectsToGroupArray();
 }
 
 void ReviewModel::setGroups(std::optional<GroupList> groups)

@@ -14,6 +14,7 @@
 class AlertPresenter;
 class DataFiller;
 class Settings;
+class TrashRun;
 struct DuplicateGroup;
 struct FileInfoNode;
 
@@ -129,6 +130,12 @@ public:
     void removeMovedRecords();
     // Drops groups left with fewer than 2 members and rebuilds the shown list and summary.
     void addObjectsToGroupArray();
+    // A finished Trash run: what left comes off the marked totals and out of both member
+    // lists, then the shown groups are rebuilt.
+    void applyTrashRun(const TrashRun& run);
+    // Records Put Back returned to their groups (unmarked): groups that had left for being too
+    // small come back, then the shown groups are rebuilt.
+    void restoreRecords(const std::vector<FileInfoNode*>& records);
 
 Q_SIGNALS:
     // arrGroups was replaced or reordered: reload the group table and select row 0.

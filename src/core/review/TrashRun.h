@@ -65,6 +65,8 @@ public:
     const std::vector<NotTrashedFile>& arrFileNotTrashed() const { return m_notTrashed; }
     // After finished(): the records that left (isMoveToTrash set), in walk order.
     const std::vector<FileInfoNode*>& movedRecords() const { return m_moved; }
+    // After finished(): the Photos items that reached the album.
+    const std::vector<FileInfoNode*>& albumRecords() const { return m_inAlbum; }
 
     // Drops the records that left from both member lists of every group; a Photos item that did
     // not reach the album has isMoveToTrash cleared and stays. The caller then rebuilds the
@@ -75,6 +77,8 @@ public:
     // puts its record back into its group, unmarked (the caller rebuilds the shown groups).
     // Returns the files that stay in the Trash. Runs on the caller's thread; not during a run.
     std::vector<NotPutBackFile> putBack();
+    // Whether the last run moved plain files that Put Back could return.
+    bool canPutBack() const { return !m_running && !m_trashed.empty(); }
     // The records Put Back returned, after putBack().
     const std::vector<FileInfoNode*>& putBackRecords() const { return m_putBack; }
 
