@@ -23,6 +23,10 @@
 #include <fcntl.h>
 #include <map>
 #include <memory>
+#include <sched.h>
+#include <sqlite3.h>
+#include <sys/mount.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -140,6 +144,28 @@ Groups allGroups(const ScanResult& result)
         out << paths;
     }
     return out;
+}
+
+int tempTableRows(const QByteArray& db)
+{
+    sqlite3* handle = nullptr;
+    sqlite3_stmt* statement = nullptr;
+    int rows = -1;
+    if (sqlite3_open_v2(db.constData(), &handle, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
+        sqlite3_prepare_v2(handle, "select count(*) from tempTable", -1, &statement, nullptr) == SQLITE_OK &&
+        sqlite3_step(statement) == SQLITE_ROW)
+        rows = sqlite3_column_int(statement, 0);
+    sqlite3_finalize(statement);
+    sqlite3_close(handle);
+    return rows;
+}
+
+// Mounts made in a mount namespace of our own vanish with the process.
+bool privateMounts()
+{
+    static const bool ok =
+        ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
+    return ok;
 }
 
 } // namespace
@@ -344,23 +370,33 @@ private Q_SLOTS:
         QCOMPARE(direct->countScanned, 1u);
     }
 
+    void exclusionPattern_data()
+    {
+        QTest::addColumn<QStringList>("excluded");
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<bool>("isExcluded");
+        QTest::newRow("folder itself") << QStringList{"/a/b"} << QByteArray("/a/b") << true;
+        QTest::newRow("below, other case") << QStringList{"/a/b"} << QByteArray("/A/B/c/d") << true;
+        QTest::newRow("newline in a name") << QStringList{"/x"} << QByteArray("/x/new\nline") << true;
+        QTest::newRow("name prefix") << QStringList{"/a/b"} << QByteArray("/a/bc") << false;
+        QTest::newRow("parent") << QStringList{"/a/b"} << QByteArray("/a") << false;
+        QTest::newRow("plus") << QStringList{"/a+b"} << QByteArray("/a+b/f") << true;
+        QTest::newRow("plus is literal") << QStringList{"/a+b"} << QByteArray("/aab/f") << false;
+        QTest::newRow("dot is literal") << QStringList{"/a.c"} << QByteArray("/abc/f") << false;
+        QTest::newRow("bracket") << QStringList{"/[x", "/y"} << QByteArray("/[x/f") << true;
+        QTest::newRow("others kept") << QStringList{"/(x", "/y"} << QByteArray("/y/f") << true;
+        QTest::newRow("unusable skipped") << QStringList{"", "rel", "/y"} << QByteArray("/z/f") << false;
+        QTest::newRow("nothing") << QStringList{} << QByteArray("/a") << false;
+    }
+
     void exclusionPattern()
     {
+        QFETCH(QStringList, excluded);
+        QFETCH(QByteArray, path);
+        QFETCH(bool, isExcluded);
         PathExclusion exclusion;
-        QVERIFY(!exclusion.isPathExcluded("/anything"));
-        exclusion.makeRegExDirPath({QStringLiteral("/a/b"), QStringLiteral("/x")});
-        QCOMPARE(exclusion.pattern(), QStringLiteral("((/a/b|(/a/b\\/(.*)))|(/x|(/x\\/(.*))))"));
-        QVERIFY(exclusion.isPathExcluded("/a/b"));
-        QVERIFY(exclusion.isPathExcluded("/A/B/c/d"));
-        QVERIFY(exclusion.isPathExcluded("/x/new\nline"));
-        QVERIFY(!exclusion.isPathExcluded("/a/bc"));
-        QVERIFY(!exclusion.isPathExcluded("/a"));
-        QVERIFY(!exclusion.isPathExcluded("/y/a/b"));
-        // Folders are inserted unescaped: a dot matches any character.
-        exclusion.makeRegExDirPath({QStringLiteral("/d.r")});
-        QVERIFY(exclusion.isPathExcluded("/dxr/f"));
-        exclusion.makeRegExDirPath({});
-        QVERIFY(!exclusion.isPathExcluded("/a/b"));
+        exclusion.makeRegExDirPath(excluded);
+        QCOMPARE(exclusion.isPathExcluded(path), isExcluded);
     }
 
     // What the walk takes: hidden names, links and special files are left out, every other
@@ -665,20 +701,29 @@ private Q_SLOTS:
         QCOMPARE(TestSupport::cacheRows(SqliteDBOperations::getDbPathInLibrary(), a1), 1);
     }
 
+    // Files that vanish or change (contents, dates, status) between the walk and the hashing
+    // are skipped with the reason, never grouped; a FIFO that took a file's place is never opened.
     void vanishedOrChangedBeforeHashing()
     {
         AppGlobals::minAllowedFileSize = 0;
         const QByteArray big(20000, 'q');
         ScanResult result;
-        for (const char* name : {"keep1", "keep2", "gone", "changed", "fifo"})
+        for (const char* name : {"keep1", "keep2", "gone", "changed", "chmodded", "fifo"})
             result.addNode(*FileInfoNode::initWithPathForFile(file(QByteArray("d/") + name, big)));
         QFile::remove(QFile::decodeName(p("d/gone")));
         struct stat st;
         QVERIFY(::stat(p("d/changed").constData(), &st) == 0);
         const struct timespec later[2] = {st.st_atim, {st.st_mtim.tv_sec + 10, 0}};
         QVERIFY(::utimensat(AT_FDCWD, p("d/changed").constData(), later, 0) == 0);
+        QThread::msleep(20); // a status-change time of its own
+        QVERIFY(::chmod(p("d/chmodded").constData(), 0640) == 0);
         QFile::remove(QFile::decodeName(p("d/fifo")));
-        QVERIFY(::mkfifo(p("d/fifo").constData(), 0644) == 0); // must never be opened
+        QVERIFY(::mkfifo(p("d/fifo").constData(), 0644) == 0);
+        const QString changed = QStringLiteral("changed during the scan");
+        const std::map<QByteArray, QString> reasons{{p("d/gone"), qt_error_string(ENOENT)},
+                                                    {p("d/changed"), changed},
+                                                    {p("d/chmodded"), changed},
+                                                    {p("d/fifo"), changed}};
 
         for (bool prefilter : {true, false}) {
             for (FileInfoNode* n : result.arrFileNodes) {
@@ -688,20 +733,17 @@ private Q_SLOTS:
             }
             result.groups.clear();
             result.arrMainGroup.clear();
+            result.skipped.clear();
             ScanState state;
             ScanOptions options;
             options.prefilter = prefilter;
-            int batches = 0;
-            DigestGrouper grouper(result, state, options,
-                                  [&](const std::vector<FileInfoNode*>&) { ++batches; });
+            DigestGrouper grouper(result, state, options, [](const std::vector<FileInfoNode*>&) {});
             grouper.filterNodesWithSizeAndMd5();
             QCOMPARE(duplicateGroups(result), (Groups{{p("d/keep1"), p("d/keep2")}}));
-            QCOMPARE(state.countDup.load(), 1u);
-            for (const char* name : {"gone", "changed", "fifo"}) {
-                const FileInfoNode* n = nodeFor(result, p(QByteArray("d/") + name));
-                QVERIFY2(n->md5.isEmpty() && !n->parent, name);
-            }
-            QCOMPARE(batches, 1);
+            std::map<QByteArray, QString> skipped;
+            for (const SkippedItem& item : result.skipped)
+                skipped[item.path] = item.reason;
+            QCOMPARE(skipped, reasons);
         }
     }
 
@@ -764,6 +806,169 @@ private Q_SLOTS:
         for (size_t g = 0; g < result->arrMainGroup.size(); ++g)
             QCOMPARE(result->arrMainGroup[g]->children.front()->filePath,
                      reference->arrMainGroup[g]->children.front()->filePath);
+    }
+
+    void oneRecordPerFile_data()
+    {
+        QTest::addColumn<QString>("kind");
+        for (const char* kind :
+             {"hard link", "symbolic-link parent", "same folder twice", "two spellings", "bind mount"})
+            QTest::newRow(kind) << QString::fromLatin1(kind);
+    }
+
+    // A file reached by a second path makes no second record: it is counted as reached again,
+    // never grouped with itself.
+    void oneRecordPerFile()
+    {
+        QFETCH(QString, kind);
+        const QByteArray a = file("d/a", "same bytes");
+        QList<QByteArray> entries{p("d")};
+        QByteArray again;
+        if (kind == "hard link") {
+            QVERIFY(::link(a.constData(), p("d/b").constData()) == 0);
+            again = p("d/b");
+        } else if (kind == "symbolic-link parent") {
+            QVERIFY(::symlink(root().constData(), p("up").constData()) == 0);
+            entries << p("up/d");
+            again = p("up/d/a");
+        } else if (kind == "same folder twice") {
+            entries << p("d");
+            again = a;
+        } else if (kind == "two spellings") {
+            entries << p("d/.");
+            again = p("d/./a");
+        } else {
+            QVERIFY(TestSupport::makeDir(p("d/inner")));
+            if (!privateMounts() ||
+                ::mount(p("d").constData(), p("d/inner").constData(), nullptr, MS_BIND, nullptr) != 0)
+                QSKIP("bind mounts need the right to mount");
+            again = p("d/inner/a");
+        }
+        auto result = scan(entries);
+        if (kind == "bind mount")
+            ::umount2(p("d/inner").constData(), MNT_DETACH);
+        QVERIFY(result);
+        QCOMPARE(result->countScanned, 1u);
+        QVERIFY(duplicateGroups(*result).isEmpty());
+        QCOMPARE(result->sameFileAgainCount(), size_t(1));
+        QCOMPARE(result->sameFileAgain.front().path, a);
+        QCOMPARE(result->sameFileAgain.front().others.front(), again);
+    }
+
+    void deepTree_data()
+    {
+        QTest::addColumn<int>("nameLength");
+        QTest::addColumn<int>("levels");
+        QTest::addColumn<int>("descriptorLimit");
+        QTest::newRow("path over 4096 bytes") << 200 << 25 << 0;
+        QTest::newRow("300 levels, 64 descriptors") << 3 << 300 << 64;
+    }
+
+    // Files below any depth are walked and hashed, with few folder descriptors open.
+    void deepTree()
+    {
+        QFETCH(int, nameLength);
+        QFETCH(int, levels);
+        QFETCH(int, descriptorLimit);
+        const QByteArray top = file("top", "deep bytes");
+        QVERIFY(TestSupport::makeDir(p("d")));
+        int fd = ::open(p("d").constData(), O_RDONLY | O_DIRECTORY);
+        QByteArray deep = p("d");
+        for (int i = 0; i < levels; ++i) {
+            const QByteArray name(nameLength, char('a' + i % 26));
+            QVERIFY(::mkdirat(fd, name.constData(), 0700) == 0);
+            const int next = ::openat(fd, name.constData(), O_RDONLY | O_DIRECTORY);
+            ::close(fd);
+            fd = next;
+            deep += '/' + name;
+        }
+        for (const char* name : {"x", "y"}) {
+            const int f = ::openat(fd, name, O_WRONLY | O_CREAT, 0600);
+            QVERIFY(f >= 0 && ::write(f, "deep bytes", 10) == 10);
+            ::close(f);
+        }
+        ::close(fd);
+        QVERIFY(deep.size() > 600);
+        struct rlimit saved;
+        ::getrlimit(RLIMIT_NOFILE, &saved);
+        if (descriptorLimit) {
+            struct rlimit limited = saved;
+            limited.rlim_cur = rlim_t(descriptorLimit);
+            ::setrlimit(RLIMIT_NOFILE, &limited);
+        }
+        auto result = scan({top, p("d")});
+        ::setrlimit(RLIMIT_NOFILE, &saved);
+        QVERIFY(result);
+        QVERIFY(result->skipped.empty());
+        QCOMPARE(duplicateGroups(*result), (Groups{{top, deep + "/x", deep + "/y"}}));
+    }
+
+    // An item that cannot be read is said with the system's reason.
+    void unreadableFolder()
+    {
+        if (::geteuid() == 0)
+            QSKIP("a folder is never unreadable to root");
+        file("d/a", "same");
+        file("d/locked/b", "same");
+        QVERIFY(::chmod(p("d/locked").constData(), 0) == 0);
+        auto result = scan({p("d")});
+        ::chmod(p("d/locked").constData(), 0700);
+        QVERIFY(result);
+        QCOMPARE(result->skipped.size(), size_t(1));
+        QCOMPARE(result->skipped.front().path, p("d/locked"));
+        QCOMPARE(result->skipped.front().reason, qt_error_string(EACCES));
+    }
+
+    // Stop is noticed during the walk: no further folder is entered and the cache steps are
+    // skipped.
+    void stopDuringWalk()
+    {
+        for (int i = 0; i < 20; ++i)
+            file("d/f" + QByteArray::number(i) + "/a", "same");
+        SqliteDBOperations::copyDataBaseIfRequieredAtDestination(
+            SqliteDBOperations::getCachePath(), SqliteDBOperations::shippedDatabaseResource());
+        ScanEngine engine(settings(), &m_alerts);
+        ScanOptions options;
+        std::atomic<int> entered{0};
+        options.folderEntered = [&](const QByteArray&) {
+            if (++entered == 4)
+                engine.abortScanning();
+        };
+        engine.setOptions(options);
+        QSignalSpy spy(&engine, &ScanEngine::finished);
+        QVERIFY(engine.startScanning({FilePathNode::initWithPathForFile(p("d"))}));
+        QVERIFY(spy.wait(60000));
+        QVERIFY(engine.result()->aborted);
+        QCOMPARE(entered.load(), 4);
+        QVERIFY(engine.result()->countScanned <= 3);
+        QCOMPARE(TestSupport::cacheRows(SqliteDBOperations::getDbPathInLibrary()), 0);
+        QCOMPARE(tempTableRows(SqliteDBOperations::getDbPathInLibrary()), 0);
+    }
+
+    // A cached digest counts only with the row's size; a new digest replaces the row, and the
+    // rows of files that are gone are dropped.
+    void staleCachedDigestOfOtherSize()
+    {
+        const QByteArray a = file("d/a", "1234");
+        const QByteArray c = file("d/c", "1234");
+        ScanOptions withCache;
+        QVERIFY(scan({p("d")}, withCache));
+        struct stat st;
+        QVERIFY(::stat(a.constData(), &st) == 0);
+        TestSupport::writeFile(a, "5678abcd");
+        const struct timespec times[2] = {st.st_atim, st.st_mtim};
+        QVERIFY(::utimensat(AT_FDCWD, a.constData(), times, 0) == 0);
+        const QByteArray e = file("d/e", "5678abcd");
+        QFile::remove(QFile::decodeName(c));
+        auto result = scan({p("d")}, withCache);
+        QVERIFY(result);
+        QCOMPARE(sortedGroups(duplicateGroups(*result)), (Groups{{a, e}}));
+        const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
+        QCOMPARE(TestSupport::cacheRows(db, a), 1);
+        QCOMPARE(TestSupport::cacheRows(db, c), 0);
+        auto again = scan({p("d")}, withCache);
+        QCOMPARE(nodeFor(*again, a)->md5,
+                 QCryptographicHash::hash("5678abcd", QCryptographicHash::Md5).toHex());
     }
 
     void timeSpan_data()
