@@ -70,6 +70,17 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     buttons->addWidget(m_showResults);
     buttons->addStretch();
 
+    m_skipped = new QLabel(this);
+    m_skipped->setAlignment(Qt::AlignCenter);
+    m_showSkipped = new QPushButton(tr("Show"), this);
+    m_showSkipped->setAccessibleName(tr("Show the items that could not be read"));
+    auto* skippedRow = new QHBoxLayout;
+    skippedRow->addStretch();
+    skippedRow->addWidget(m_skipped);
+    skippedRow->addWidget(m_showSkipped);
+    skippedRow->addStretch();
+    showSkipped(0, 0);
+
     column->addStretch(2);
     column->addWidget(m_picture);
     column->addWidget(m_title);
@@ -82,11 +93,13 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     column->addWidget(m_currentFile);
     column->addSpacing(10);
     column->addLayout(buttons);
+    column->addLayout(skippedRow);
     column->addStretch(3);
 
     connect(m_stop, &QPushButton::clicked, this, &ScanProgressView::stopRequested);
     connect(m_back, &QPushButton::clicked, this, &ScanProgressView::backRequested);
     connect(m_showResults, &QPushButton::clicked, this, &ScanProgressView::showResultsRequested);
+    connect(m_showSkipped, &QPushButton::clicked, this, &ScanProgressView::skippedItemsRequested);
     setCounters(0, 0, 0, 0);
     showScanning();
 }
@@ -126,14 +139,13 @@ void ScanProgressView::showScanning()
     m_showResults->hide();
     m_currentFile->show();
     m_currentFile->clear();
+    showSkipped(0, 0);
     m_busy->setRange(0, 0); // busy: the bar animates
 }
 
 void ScanProgressView::showStopping()
 {
     m_stop->setEnabled(false);
-    m_stop->setText(tr("Stopping..."));
-    m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
 }
 
 void ScanProgressView::showFinished(bool hasGroups)
@@ -146,6 +158,20 @@ void ScanProgressView::showFinished(bool hasGroups)
     m_currentFile->hide();
     m_busy->setRange(0, 1);
     m_busy->setValue(1);
+}
+
+void ScanProgressView::showSkipped(size_t skipped, size_t sameFileAgain)
+{
+    QStringList lines;
+    if (skipped > 0)
+        lines << (skipped == 1 ? tr("1 item could not be read")
+                               : tr("%1 items could not be read").arg(skipped));
+    if (sameFileAgain > 0)
+        lines << (sameFileAgain == 1 ? tr("1 path reached a file already scanned")
+                                     : tr("%1 paths reached a file already scanned").arg(sameFileAgain));
+    m_skipped->setText(lines.join(QLatin1Char('\n')));
+    m_skipped->setVisible(!lines.isEmpty());
+    m_showSkipped->setVisible(skipped > 0);
 }
 
 QString ScanProgressView::differentFontString(const QString& sizeText)
