@@ -156,7 +156,7 @@ int main(int argc, char** argv)
 
     if (!engine.startScanning(entries)) {
         error(QStringLiteral("the scan could not start"));
-        return kExitUsage;
+        return kExitFatal;
     }
     ticker.start();
     app.exec();

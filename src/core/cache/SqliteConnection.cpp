@@ -2,17 +2,28 @@
 
 #include "cache/CacheUpkeep.h"
 
+#include <atomic>
 #include <mutex>
 #include <sqlite3.h>
 
 namespace {
 
 constexpr int kBusyTimeoutMs = 3000;
+// After a call found the cache locked, later calls wait only briefly, so that a cache held by
+// another scan costs seconds rather than minutes (one wait per batch otherwise).
+constexpr int kBusyTimeoutAfterBusyMs = 250;
+std::atomic<bool> g_recentlyBusy{false};
 
 void initialiseSqlite()
 {
     static std::once_flag once;
     std::call_once(once, [] { sqlite3_initialize(); });
+}
+
+bool isBusy(int rc)
+{
+    const int primary = rc & 0xff;
+    return primary == SQLITE_BUSY || primary == SQLITE_LOCKED;
 }
 
 bool isCorrupt(int rc)
@@ -37,7 +48,7 @@ SqliteConnection::SqliteConnection(const QByteArray& path) : m_path(path)
         m_db = nullptr;
         return;
     }
-    sqlite3_busy_timeout(m_db, kBusyTimeoutMs);
+    sqlite3_busy_timeout(m_db, g_recentlyBusy.load() ? kBusyTimeoutAfterBusyMs : kBusyTimeoutMs);
 }
 
 SqliteConnection::~SqliteConnection()
@@ -69,6 +80,10 @@ void SqliteConnection::noteResult(int rc)
 {
     if (isCorrupt(rc))
         m_corrupt = true;
+    if (isBusy(rc))
+        g_recentlyBusy = true;
+    else if (rc == SQLITE_OK || rc == SQLITE_DONE)
+        g_recentlyBusy = false;
 }
 
 SqliteStatement::SqliteStatement(SqliteConnection& connection, const char* sql)
