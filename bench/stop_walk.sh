@@ -35,4 +35,4 @@ set -e
 END=$(date +%s.%N)
 SCANNED=$(python3 -c 'import json,sys; print(json.load(open(sys.argv[1]))["scanned"])' "$WORK/out.json")
 echo "entries: $FILES  exit status: $STATUS  recorded before Stop: $SCANNED"
-echo "Stop to exit: $(echo "($END - $START) * 1000" | bc | cut -d. -f1) ms  peak RSS: $(cat "$WORK/rss") KiB"
+echo "Stop to exit: $(echo "($END - $START) * 1000" | bc | cut -d. -f1) ms  peak RSS: $(tail -n 1 "$WORK/rss") KiB"
