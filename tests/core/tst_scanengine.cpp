@@ -8,6 +8,7 @@
 #include "scan/PathExclusion.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
+#include "support/ScanRun.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -23,53 +24,23 @@
 #include <fcntl.h>
 #include <map>
 #include <memory>
-#include <sched.h>
-#include <sqlite3.h>
-#include <sys/mount.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
 namespace {
 
-using Groups = QList<QList<QByteArray>>;
+using TestSupport::duplicateGroups;
+using TestSupport::Groups;
+using TestSupport::noCache;
+using TestSupport::nodeFor;
+using TestSupport::sortedGroups;
 
 bool makeSparse(const QByteArray& path, qint64 size)
 {
     if (!TestSupport::writeFile(path, QByteArray()))
         return false;
     return ::truncate(path.constData(), size) == 0;
-}
-
-// Every group of two or more members, as its paths in member order.
-Groups duplicateGroups(const ScanResult& result)
-{
-    Groups out;
-    for (const DuplicateGroup* g : result.arrMainGroup) {
-        if (g->children.size() < 2)
-            continue;
-        QList<QByteArray> paths;
-        for (const FileInfoNode* n : g->children)
-            paths << n->filePath;
-        out << paths;
-    }
-    return out;
-}
-
-Groups sortedGroups(Groups groups)
-{
-    std::sort(groups.begin(), groups.end(),
-              [](const auto& a, const auto& b) { return a.first() < b.first(); });
-    return groups;
-}
-
-const FileInfoNode* nodeFor(const ScanResult& result, const QByteArray& path)
-{
-    for (const FileInfoNode* n : result.arrFileNodes)
-        if (n->filePath == path)
-            return n;
-    return nullptr;
 }
 
 // The walk as a user expects it: sorted by name byte for byte, hidden names skipped,
@@ -146,28 +117,6 @@ Groups allGroups(const ScanResult& result)
     return out;
 }
 
-int tempTableRows(const QByteArray& db)
-{
-    sqlite3* handle = nullptr;
-    sqlite3_stmt* statement = nullptr;
-    int rows = -1;
-    if (sqlite3_open_v2(db.constData(), &handle, SQLITE_OPEN_READONLY, nullptr) == SQLITE_OK &&
-        sqlite3_prepare_v2(handle, "select count(*) from tempTable", -1, &statement, nullptr) == SQLITE_OK &&
-        sqlite3_step(statement) == SQLITE_ROW)
-        rows = sqlite3_column_int(statement, 0);
-    sqlite3_finalize(statement);
-    sqlite3_close(handle);
-    return rows;
-}
-
-// Mounts made in a mount namespace of our own vanish with the process.
-bool privateMounts()
-{
-    static const bool ok =
-        ::unshare(CLONE_NEWNS) == 0 && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0;
-    return ok;
-}
-
 } // namespace
 
 class TestScanEngine : public QObject
@@ -190,31 +139,10 @@ class TestScanEngine : public QObject
         return PhotosLibraryFixture::Photo(masterPath, "photo bytes");
     }
 
-    static ScanOptions noCache()
-    {
-        ScanOptions o;
-        o.useCache = false;
-        return o;
-    }
-
     std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths, const ScanOptions& options = noCache(),
                                      const std::vector<int>& states = {})
     {
-        std::vector<FilePathNode> entries;
-        for (qsizetype i = 0; i < paths.size(); ++i) {
-            FilePathNode n = FilePathNode::initWithPathForFile(paths[i]);
-            if (size_t(i) < states.size())
-                n.state = states[size_t(i)];
-            entries.push_back(n);
-        }
-        ScanEngine engine(settings(), &m_alerts);
-        engine.setOptions(options);
-        QSignalSpy spy(&engine, &ScanEngine::finished);
-        if (!engine.startScanning(entries))
-            return nullptr;
-        if (!spy.wait(120000))
-            return nullptr;
-        return engine.takeResult();
+        return TestSupport::runScan(settings(), &m_alerts, paths, options, states);
     }
 
 private Q_SLOTS:
@@ -806,143 +734,6 @@ private Q_SLOTS:
         for (size_t g = 0; g < result->arrMainGroup.size(); ++g)
             QCOMPARE(result->arrMainGroup[g]->children.front()->filePath,
                      reference->arrMainGroup[g]->children.front()->filePath);
-    }
-
-    void oneRecordPerFile_data()
-    {
-        QTest::addColumn<QString>("kind");
-        for (const char* kind :
-             {"hard link", "symbolic-link parent", "same folder twice", "two spellings", "bind mount"})
-            QTest::newRow(kind) << QString::fromLatin1(kind);
-    }
-
-    // A file reached by a second path makes no second record: it is counted as reached again,
-    // never grouped with itself.
-    void oneRecordPerFile()
-    {
-        QFETCH(QString, kind);
-        const QByteArray a = file("d/a", "same bytes");
-        QList<QByteArray> entries{p("d")};
-        QByteArray again;
-        if (kind == "hard link") {
-            QVERIFY(::link(a.constData(), p("d/b").constData()) == 0);
-            again = p("d/b");
-        } else if (kind == "symbolic-link parent") {
-            QVERIFY(::symlink(root().constData(), p("up").constData()) == 0);
-            entries << p("up/d");
-            again = p("up/d/a");
-        } else if (kind == "same folder twice") {
-            entries << p("d");
-            again = a;
-        } else if (kind == "two spellings") {
-            entries << p("d/.");
-            again = p("d/./a");
-        } else {
-            QVERIFY(TestSupport::makeDir(p("d/inner")));
-            if (!privateMounts() ||
-                ::mount(p("d").constData(), p("d/inner").constData(), nullptr, MS_BIND, nullptr) != 0)
-                QSKIP("bind mounts need the right to mount");
-            again = p("d/inner/a");
-        }
-        auto result = scan(entries);
-        if (kind == "bind mount")
-            ::umount2(p("d/inner").constData(), MNT_DETACH);
-        QVERIFY(result);
-        QCOMPARE(result->countScanned, 1u);
-        QVERIFY(duplicateGroups(*result).isEmpty());
-        QCOMPARE(result->sameFileAgainCount(), size_t(1));
-        QCOMPARE(result->sameFileAgain.front().path, a);
-        QCOMPARE(result->sameFileAgain.front().others.front(), again);
-    }
-
-    void deepTree_data()
-    {
-        QTest::addColumn<int>("nameLength");
-        QTest::addColumn<int>("levels");
-        QTest::addColumn<int>("descriptorLimit");
-        QTest::newRow("path over 4096 bytes") << 200 << 25 << 0;
-        QTest::newRow("300 levels, 64 descriptors") << 3 << 300 << 64;
-    }
-
-    // Files below any depth are walked and hashed, with few folder descriptors open.
-    void deepTree()
-    {
-        QFETCH(int, nameLength);
-        QFETCH(int, levels);
-        QFETCH(int, descriptorLimit);
-        const QByteArray top = file("top", "deep bytes");
-        QVERIFY(TestSupport::makeDir(p("d")));
-        int fd = ::open(p("d").constData(), O_RDONLY | O_DIRECTORY);
-        QByteArray deep = p("d");
-        for (int i = 0; i < levels; ++i) {
-            const QByteArray name(nameLength, char('a' + i % 26));
-            QVERIFY(::mkdirat(fd, name.constData(), 0700) == 0);
-            const int next = ::openat(fd, name.constData(), O_RDONLY | O_DIRECTORY);
-            ::close(fd);
-            fd = next;
-            deep += '/' + name;
-        }
-        for (const char* name : {"x", "y"}) {
-            const int f = ::openat(fd, name, O_WRONLY | O_CREAT, 0600);
-            QVERIFY(f >= 0 && ::write(f, "deep bytes", 10) == 10);
-            ::close(f);
-        }
-        ::close(fd);
-        QVERIFY(deep.size() > 600);
-        struct rlimit saved;
-        ::getrlimit(RLIMIT_NOFILE, &saved);
-        if (descriptorLimit) {
-            struct rlimit limited = saved;
-            limited.rlim_cur = rlim_t(descriptorLimit);
-            ::setrlimit(RLIMIT_NOFILE, &limited);
-        }
-        auto result = scan({top, p("d")});
-        ::setrlimit(RLIMIT_NOFILE, &saved);
-        QVERIFY(result);
-        QVERIFY(result->skipped.empty());
-        QCOMPARE(duplicateGroups(*result), (Groups{{top, deep + "/x", deep + "/y"}}));
-    }
-
-    // An item that cannot be read is said with the system's reason.
-    void unreadableFolder()
-    {
-        if (::geteuid() == 0)
-            QSKIP("a folder is never unreadable to root");
-        file("d/a", "same");
-        file("d/locked/b", "same");
-        QVERIFY(::chmod(p("d/locked").constData(), 0) == 0);
-        auto result = scan({p("d")});
-        ::chmod(p("d/locked").constData(), 0700);
-        QVERIFY(result);
-        QCOMPARE(result->skipped.size(), size_t(1));
-        QCOMPARE(result->skipped.front().path, p("d/locked"));
-        QCOMPARE(result->skipped.front().reason, qt_error_string(EACCES));
-    }
-
-    // Stop is noticed during the walk: no further folder is entered and the cache steps are
-    // skipped.
-    void stopDuringWalk()
-    {
-        for (int i = 0; i < 20; ++i)
-            file("d/f" + QByteArray::number(i) + "/a", "same");
-        SqliteDBOperations::copyDataBaseIfRequieredAtDestination(
-            SqliteDBOperations::getCachePath(), SqliteDBOperations::shippedDatabaseResource());
-        ScanEngine engine(settings(), &m_alerts);
-        ScanOptions options;
-        std::atomic<int> entered{0};
-        options.folderEntered = [&](const QByteArray&) {
-            if (++entered == 4)
-                engine.abortScanning();
-        };
-        engine.setOptions(options);
-        QSignalSpy spy(&engine, &ScanEngine::finished);
-        QVERIFY(engine.startScanning({FilePathNode::initWithPathForFile(p("d"))}));
-        QVERIFY(spy.wait(60000));
-        QVERIFY(engine.result()->aborted);
-        QCOMPARE(entered.load(), 4);
-        QVERIFY(engine.result()->countScanned <= 3);
-        QCOMPARE(TestSupport::cacheRows(SqliteDBOperations::getDbPathInLibrary()), 0);
-        QCOMPARE(tempTableRows(SqliteDBOperations::getDbPathInLibrary()), 0);
     }
 
     // A cached digest counts only with the row's size; a new digest replaces the row, and the
