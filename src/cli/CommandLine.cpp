@@ -190,8 +190,10 @@ DESCRIPTION
     "."), symbolic links and special files are skipped; application bundles and other
     packages count as one item each.
 
-    Digests are kept in Quillon's cache database, so a file whose path and modification
-    date are unchanged is not read again on the next scan. Nothing is deleted or changed.
+    A file reached by more than one path (hard links, bind mounts, a folder given twice)
+    counts once: the first path met makes the record, later ones are listed as reached again.
+    Digests are kept in Quillon's cache database, so a file whose path, modification date
+    and size are unchanged is not read again on the next scan. Nothing is deleted or changed.
 
 OPTIONS
     --min-size SIZE
@@ -201,8 +203,8 @@ OPTIONS
 
     --exclude DIR
         Skip the folder DIR and everything below it (letter case ignored). Repeatable;
-        replaces the excluded folders of Quillon's preferences. DIR is used as a regular
-        expression, as in the preferences.
+        replaces the excluded folders of Quillon's preferences. DIR is a literal folder path;
+        one that is empty is skipped. Cannot be used with --no-exclude.
 
     --no-exclude
         Exclude nothing.
@@ -232,14 +234,21 @@ OUTPUT
     standard error: the files scanned and their size, the duplicates and the space that
     removing them would free.
 
+    Each item that could not be read (permission denied, vanished, changed during the scan)
+    is said on standard error: "quillon-scan: cannot read 'PATH': REASON".
+
     JSON: {"scanned", "scannedBytes", "duplicates", "reclaimableBytes", "groups": [{"md5",
-    "size", "paths": [...]}]}, groups in the same order. A path that is valid UTF-8 is a JSON
+    "size", "paths": [...]}], "skipped": [{"path", "reason"}], "sameFileAgain": [{"path",
+    "paths": [...]}]}, groups in the same order; "sameFileAgain" lists under a record's path
+    the later paths that reached the same file. A path that is valid UTF-8 is a JSON
     string; any other path is an object {"base64": "..."} holding its bytes in base64.
 
 EXIT STATUS
     0    the scan completed
+    1    fatal error (memory ran out); the scan ended early
     2    bad usage, a path that does not exist, or nothing to compare ("Only one item
          detected in the selected path(s).")
+    3    the scan completed, but some items could not be read
     130  interrupted (SIGINT); the groups found so far are printed and the digests
          computed so far are stored in the cache
 

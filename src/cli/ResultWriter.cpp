@@ -171,7 +171,29 @@ void ResultWriter::writeJson(const ScanResult& result, const Sink& sink)
         out += "]}";
         out.flushIfFull();
     }
-    out += firstGroup ? "]\n}\n" : "\n  ]\n}\n";
+    out += firstGroup ? "]" : "\n  ]";
+    out += ",\n  \"skipped\": [";
+    bool firstSkipped = true;
+    for (const SkippedItem& item : result.skipped) {
+        out += firstSkipped ? "\n" : ",\n";
+        firstSkipped = false;
+        out += "    {\"path\": " + jsonPath(item.path) + ", \"reason\": " + jsonString(item.reason.toUtf8()) +
+               "}";
+        out.flushIfFull();
+    }
+    out += firstSkipped ? "]" : "\n  ]";
+    out += ",\n  \"sameFileAgain\": [";
+    bool firstSame = true;
+    for (const SameFileAgain& same : result.sameFileAgain) {
+        out += firstSame ? "\n" : ",\n";
+        firstSame = false;
+        out += "    {\"path\": " + jsonPath(same.path) + ", \"paths\": [";
+        for (size_t i = 0; i < same.others.size(); ++i)
+            out += (i ? ", " : "") + jsonPath(same.others[i]);
+        out += "]}";
+        out.flushIfFull();
+    }
+    out += firstSame ? "]\n}\n" : "\n  ]\n}\n";
     out.flush();
 }
 

@@ -15,14 +15,18 @@
 #include <QTimer>
 
 #include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
+constexpr int kExitFatal = 1;
 constexpr int kExitUsage = 2;
+constexpr int kExitSkipped = 3;
 constexpr int kExitInterrupted = 130;
 
 std::atomic<bool> g_interrupted{false};
@@ -101,9 +105,10 @@ int main(int argc, char** argv)
         return 0;
     }
     for (const QByteArray& path : cl->paths) {
-        if (!PathUtils::exists(path)) {
-            error(QStringLiteral("cannot access '%1': No such file or directory")
-                      .arg(PathUtils::toDisplay(path)));
+        struct stat st;
+        if (!PathUtils::lstatDeep(path, &st)) {
+            error(QStringLiteral("cannot access '%1': %2")
+                      .arg(PathUtils::toDisplay(path), qt_error_string(errno)));
             return kExitUsage;
         }
     }
@@ -155,7 +160,7 @@ int main(int argc, char** argv)
 
     if (!engine.startScanning(entries)) {
         error(QStringLiteral("the scan could not start"));
-        return kExitUsage;
+        return kExitFatal;
     }
     ticker.start();
     app.exec();
@@ -172,10 +177,16 @@ int main(int argc, char** argv)
     else
         ResultWriter::writeText(*result, toStdout);
     std::fflush(stdout);
+    for (const SkippedItem& item : result->skipped)
+        error(QStringLiteral("cannot read '%1': %2").arg(PathUtils::toDisplay(item.path), item.reason));
     writeAll(stderr, ResultWriter::summary(*result));
+    if (!result->fatalError.isEmpty()) {
+        error(result->fatalError);
+        return kExitFatal;
+    }
     if (aborted || g_interrupted.load()) {
         error(QStringLiteral("interrupted"));
         return kExitInterrupted;
     }
-    return 0;
+    return result->skipped.empty() ? 0 : kExitSkipped;
 }

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <filesystem>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
@@ -62,14 +63,18 @@ class TestQuillonScan : public QObject
             m_dir->filePath(QStringLiteral("home/.config/Quillon/Quillon.conf")), QSettings::IniFormat);
     }
 
+    QStringList m_wrapper; // a command that runs quillon-scan, when set
+
     void startProcess(QProcess& process, const QList<QByteArray>& args, bool withLog = false) const
     {
         QProcessEnvironment env = environment();
         if (withLog)
             env.insert(QStringLiteral("QUILLON_SCAN_LOG"), QStringLiteral("1"));
         process.setProcessEnvironment(env);
-        process.setProgram(QStringLiteral(QUILLON_SCAN_BINARY));
-        QStringList list;
+        QStringList list = m_wrapper;
+        process.setProgram(list.isEmpty() ? QStringLiteral(QUILLON_SCAN_BINARY) : list.takeFirst());
+        if (!m_wrapper.isEmpty())
+            list << QStringLiteral(QUILLON_SCAN_BINARY);
         // Arguments travel as bytes: a name that is not UTF-8 is given as the file system has it.
         for (const QByteArray& a : args)
             list << QFile::decodeName(a);
@@ -177,6 +182,35 @@ private Q_SLOTS:
         QCOMPARE(objects, 2);
     }
 
+    // Unreadable items are said (stderr, JSON) and make exit status 3; a hard link is listed
+    // as the same file reached again.
+    void skippedAndSameFileAgain()
+    {
+        const QByteArray a = file("d/a", "same bytes");
+        QVERIFY(::link(a.constData(), p("d/b").constData()) == 0);
+        file("d/locked/c", "same bytes");
+        QVERIFY(::chmod(p("d/locked").constData(), 0) == 0);
+        // Root reads every folder unless it gives up the right to.
+        if (::geteuid() == 0)
+            m_wrapper = QStringList{QStringLiteral("setpriv"),
+                                    QStringLiteral("--bounding-set=-dac_override,-dac_read_search")};
+        const Run r = run({"--json", "--quiet", p("d")});
+        m_wrapper.clear();
+        ::chmod(p("d/locked").constData(), 0700);
+        const QJsonObject json = QJsonDocument::fromJson(r.out).object();
+        QCOMPARE(r.exitCode, 3);
+        const QString reason = qt_error_string(EACCES);
+        QVERIFY2(r.err.contains("cannot read '" + p("d/locked") + "': " + reason.toUtf8()),
+                 r.err.constData());
+        QCOMPARE(json.value(QStringLiteral("skipped")).toArray(),
+                 QJsonArray({QJsonObject{{QStringLiteral("path"), QString::fromUtf8(p("d/locked"))},
+                                         {QStringLiteral("reason"), reason}}}));
+        QCOMPARE(
+            json.value(QStringLiteral("sameFileAgain")).toArray(),
+            QJsonArray({QJsonObject{{QStringLiteral("path"), QString::fromUtf8(a)},
+                                    {QStringLiteral("paths"), QJsonArray{QString::fromUtf8(p("d/b"))}}}}));
+    }
+
     void usageErrors_data()
     {
         QTest::addColumn<QList<QByteArray>>("args");
@@ -193,6 +227,8 @@ private Q_SLOTS:
         QTest::newRow("missing value")
             << QList<QByteArray>{"TREE", "--exclude"} << QByteArray("--exclude needs");
         QTest::newRow("missing path") << QList<QByteArray>{"TREE/nowhere"} << QByteArray("No such file");
+        QTest::newRow("not a folder on the way")
+            << QList<QByteArray>{"TREE/a/one/x"} << QByteArray("Not a directory");
         QTest::newRow("one item") << QList<QByteArray>{"TREE/a/one"}
                                   << QByteArray("Only one item detected in the selected path(s).");
         QTest::newRow("cache and no cache") << QList<QByteArray>{"--cache", "x.db", "--no-cache", "TREE"}

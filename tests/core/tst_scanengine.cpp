@@ -8,6 +8,7 @@
 #include "scan/PathExclusion.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
+#include "support/ScanRun.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -29,43 +30,17 @@
 
 namespace {
 
-using Groups = QList<QList<QByteArray>>;
+using TestSupport::duplicateGroups;
+using TestSupport::Groups;
+using TestSupport::noCache;
+using TestSupport::nodeFor;
+using TestSupport::sortedGroups;
 
 bool makeSparse(const QByteArray& path, qint64 size)
 {
     if (!TestSupport::writeFile(path, QByteArray()))
         return false;
     return ::truncate(path.constData(), size) == 0;
-}
-
-// Every group of two or more members, as its paths in member order.
-Groups duplicateGroups(const ScanResult& result)
-{
-    Groups out;
-    for (const DuplicateGroup* g : result.arrMainGroup) {
-        if (g->children.size() < 2)
-            continue;
-        QList<QByteArray> paths;
-        for (const FileInfoNode* n : g->children)
-            paths << n->filePath;
-        out << paths;
-    }
-    return out;
-}
-
-Groups sortedGroups(Groups groups)
-{
-    std::sort(groups.begin(), groups.end(),
-              [](const auto& a, const auto& b) { return a.first() < b.first(); });
-    return groups;
-}
-
-const FileInfoNode* nodeFor(const ScanResult& result, const QByteArray& path)
-{
-    for (const FileInfoNode* n : result.arrFileNodes)
-        if (n->filePath == path)
-            return n;
-    return nullptr;
 }
 
 // The walk as a user expects it: sorted by name byte for byte, hidden names skipped,
@@ -164,31 +139,10 @@ class TestScanEngine : public QObject
         return PhotosLibraryFixture::Photo(masterPath, "photo bytes");
     }
 
-    static ScanOptions noCache()
-    {
-        ScanOptions o;
-        o.useCache = false;
-        return o;
-    }
-
     std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths, const ScanOptions& options = noCache(),
                                      const std::vector<int>& states = {})
     {
-        std::vector<FilePathNode> entries;
-        for (qsizetype i = 0; i < paths.size(); ++i) {
-            FilePathNode n = FilePathNode::initWithPathForFile(paths[i]);
-            if (size_t(i) < states.size())
-                n.state = states[size_t(i)];
-            entries.push_back(n);
-        }
-        ScanEngine engine(settings(), &m_alerts);
-        engine.setOptions(options);
-        QSignalSpy spy(&engine, &ScanEngine::finished);
-        if (!engine.startScanning(entries))
-            return nullptr;
-        if (!spy.wait(120000))
-            return nullptr;
-        return engine.takeResult();
+        return TestSupport::runScan(settings(), &m_alerts, paths, options, states);
     }
 
 private Q_SLOTS:
@@ -344,23 +298,33 @@ private Q_SLOTS:
         QCOMPARE(direct->countScanned, 1u);
     }
 
+    void exclusionPattern_data()
+    {
+        QTest::addColumn<QStringList>("excluded");
+        QTest::addColumn<QByteArray>("path");
+        QTest::addColumn<bool>("isExcluded");
+        QTest::newRow("folder itself") << QStringList{"/a/b"} << QByteArray("/a/b") << true;
+        QTest::newRow("below, other case") << QStringList{"/a/b"} << QByteArray("/A/B/c/d") << true;
+        QTest::newRow("newline in a name") << QStringList{"/x"} << QByteArray("/x/new\nline") << true;
+        QTest::newRow("name prefix") << QStringList{"/a/b"} << QByteArray("/a/bc") << false;
+        QTest::newRow("parent") << QStringList{"/a/b"} << QByteArray("/a") << false;
+        QTest::newRow("plus") << QStringList{"/a+b"} << QByteArray("/a+b/f") << true;
+        QTest::newRow("plus is literal") << QStringList{"/a+b"} << QByteArray("/aab/f") << false;
+        QTest::newRow("dot is literal") << QStringList{"/a.c"} << QByteArray("/abc/f") << false;
+        QTest::newRow("bracket") << QStringList{"/[x", "/y"} << QByteArray("/[x/f") << true;
+        QTest::newRow("others kept") << QStringList{"/(x", "/y"} << QByteArray("/y/f") << true;
+        QTest::newRow("unusable skipped") << QStringList{"", "rel", "/y"} << QByteArray("/z/f") << false;
+        QTest::newRow("nothing") << QStringList{} << QByteArray("/a") << false;
+    }
+
     void exclusionPattern()
     {
+        QFETCH(QStringList, excluded);
+        QFETCH(QByteArray, path);
+        QFETCH(bool, isExcluded);
         PathExclusion exclusion;
-        QVERIFY(!exclusion.isPathExcluded("/anything"));
-        exclusion.makeRegExDirPath({QStringLiteral("/a/b"), QStringLiteral("/x")});
-        QCOMPARE(exclusion.pattern(), QStringLiteral("((/a/b|(/a/b\\/(.*)))|(/x|(/x\\/(.*))))"));
-        QVERIFY(exclusion.isPathExcluded("/a/b"));
-        QVERIFY(exclusion.isPathExcluded("/A/B/c/d"));
-        QVERIFY(exclusion.isPathExcluded("/x/new\nline"));
-        QVERIFY(!exclusion.isPathExcluded("/a/bc"));
-        QVERIFY(!exclusion.isPathExcluded("/a"));
-        QVERIFY(!exclusion.isPathExcluded("/y/a/b"));
-        // Folders are inserted unescaped: a dot matches any character.
-        exclusion.makeRegExDirPath({QStringLiteral("/d.r")});
-        QVERIFY(exclusion.isPathExcluded("/dxr/f"));
-        exclusion.makeRegExDirPath({});
-        QVERIFY(!exclusion.isPathExcluded("/a/b"));
+        exclusion.makeRegExDirPath(excluded);
+        QCOMPARE(exclusion.isPathExcluded(path), isExcluded);
     }
 
     // What the walk takes: hidden names, links and special files are left out, every other
@@ -665,20 +629,29 @@ private Q_SLOTS:
         QCOMPARE(TestSupport::cacheRows(SqliteDBOperations::getDbPathInLibrary(), a1), 1);
     }
 
+    // Files that vanish or change (contents, dates, status) between the walk and the hashing
+    // are skipped with the reason, never grouped; a FIFO that took a file's place is never opened.
     void vanishedOrChangedBeforeHashing()
     {
         AppGlobals::minAllowedFileSize = 0;
         const QByteArray big(20000, 'q');
         ScanResult result;
-        for (const char* name : {"keep1", "keep2", "gone", "changed", "fifo"})
+        for (const char* name : {"keep1", "keep2", "gone", "changed", "chmodded", "fifo"})
             result.addNode(*FileInfoNode::initWithPathForFile(file(QByteArray("d/") + name, big)));
         QFile::remove(QFile::decodeName(p("d/gone")));
         struct stat st;
         QVERIFY(::stat(p("d/changed").constData(), &st) == 0);
         const struct timespec later[2] = {st.st_atim, {st.st_mtim.tv_sec + 10, 0}};
         QVERIFY(::utimensat(AT_FDCWD, p("d/changed").constData(), later, 0) == 0);
+        QThread::msleep(20); // a status-change time of its own
+        QVERIFY(::chmod(p("d/chmodded").constData(), 0640) == 0);
         QFile::remove(QFile::decodeName(p("d/fifo")));
-        QVERIFY(::mkfifo(p("d/fifo").constData(), 0644) == 0); // must never be opened
+        QVERIFY(::mkfifo(p("d/fifo").constData(), 0644) == 0);
+        const QString changed = QStringLiteral("changed during the scan");
+        const std::map<QByteArray, QString> reasons{{p("d/gone"), qt_error_string(ENOENT)},
+                                                    {p("d/changed"), changed},
+                                                    {p("d/chmodded"), changed},
+                                                    {p("d/fifo"), changed}};
 
         for (bool prefilter : {true, false}) {
             for (FileInfoNode* n : result.arrFileNodes) {
@@ -688,20 +661,17 @@ private Q_SLOTS:
             }
             result.groups.clear();
             result.arrMainGroup.clear();
+            result.skipped.clear();
             ScanState state;
             ScanOptions options;
             options.prefilter = prefilter;
-            int batches = 0;
-            DigestGrouper grouper(result, state, options,
-                                  [&](const std::vector<FileInfoNode*>&) { ++batches; });
+            DigestGrouper grouper(result, state, options, [](const std::vector<FileInfoNode*>&) {});
             grouper.filterNodesWithSizeAndMd5();
             QCOMPARE(duplicateGroups(result), (Groups{{p("d/keep1"), p("d/keep2")}}));
-            QCOMPARE(state.countDup.load(), 1u);
-            for (const char* name : {"gone", "changed", "fifo"}) {
-                const FileInfoNode* n = nodeFor(result, p(QByteArray("d/") + name));
-                QVERIFY2(n->md5.isEmpty() && !n->parent, name);
-            }
-            QCOMPARE(batches, 1);
+            std::map<QByteArray, QString> skipped;
+            for (const SkippedItem& item : result.skipped)
+                skipped[item.path] = item.reason;
+            QCOMPARE(skipped, reasons);
         }
     }
 
@@ -764,6 +734,32 @@ private Q_SLOTS:
         for (size_t g = 0; g < result->arrMainGroup.size(); ++g)
             QCOMPARE(result->arrMainGroup[g]->children.front()->filePath,
                      reference->arrMainGroup[g]->children.front()->filePath);
+    }
+
+    // A cached digest counts only with the row's size; a new digest replaces the row, and the
+    // rows of files that are gone are dropped.
+    void staleCachedDigestOfOtherSize()
+    {
+        const QByteArray a = file("d/a", "1234");
+        const QByteArray c = file("d/c", "1234");
+        ScanOptions withCache;
+        QVERIFY(scan({p("d")}, withCache));
+        struct stat st;
+        QVERIFY(::stat(a.constData(), &st) == 0);
+        TestSupport::writeFile(a, "5678abcd");
+        const struct timespec times[2] = {st.st_atim, st.st_mtim};
+        QVERIFY(::utimensat(AT_FDCWD, a.constData(), times, 0) == 0);
+        const QByteArray e = file("d/e", "5678abcd");
+        QFile::remove(QFile::decodeName(c));
+        auto result = scan({p("d")}, withCache);
+        QVERIFY(result);
+        QCOMPARE(sortedGroups(duplicateGroups(*result)), (Groups{{a, e}}));
+        const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
+        QCOMPARE(TestSupport::cacheRows(db, a), 1);
+        QCOMPARE(TestSupport::cacheRows(db, c), 0);
+        auto again = scan({p("d")}, withCache);
+        QCOMPARE(nodeFor(*again, a)->md5,
+                 QCryptographicHash::hash("5678abcd", QCryptographicHash::Md5).toHex());
     }
 
     void timeSpan_data()

@@ -98,7 +98,7 @@ private Q_SLOTS:
         m_app->resultView()->startScanning();
         QVERIFY(AppGlobals::canOpenPreferences.load());
         QVERIFY(!prefs->isEnabled());
-        QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Scanning"));
+        QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Scan in progress, please wait..."));
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-scanning"));
 
         QTRY_VERIFY_WITH_TIMEOUT(!m_app->resultView()->isScanning(), 20000);
@@ -107,7 +107,7 @@ private Q_SLOTS:
         QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Scan Completed"));
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-finished"));
         m_app->resultView()->showResultDetail();
-        QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Duplicate groups"));
+        QVERIFY(m_app->delegate()->statusText().isEmpty());
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-results"));
         m_app->resultView()->backToAddFolderView();
         QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Select folder to scan"));

@@ -15,6 +15,7 @@
 #include "scan/ScanListView.h"
 #include "scan/ScanOptions.h"
 #include "scan/ScanProgressView.h"
+#include "scan/SkippedItemsDialog.h"
 #include "scan/TemporaryGroupsView.h"
 #include "support/RecordingFileViewer.h"
 #include "support/Screenshots.h"
@@ -32,7 +33,10 @@
 #include <QMimeData>
 #include <QPushButton>
 #include <QSignalSpy>
+#include <QTableView>
+#include <cerrno>
 #include <memory>
+#include <unistd.h>
 
 namespace {
 
@@ -298,6 +302,30 @@ private Q_SLOTS:
         QCOMPARE(m_alerts.alerts().first().informativeText, hint);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
         QCOMPARE(view->scanList()->count(), untickLast ? 2 : 1);
+    }
+
+    // The end of a scan says what could not be read and lists it; an item can be revealed.
+    void skippedItemsAreListed()
+    {
+        auto view = makeView();
+        const QByteArray a = makeFile(QStringLiteral("t/a.bin"), QByteArray(2048, 'a'));
+        makeFile(QStringLiteral("t/b.bin"), QByteArray(2048, 'a'));
+        QVERIFY(::link(a.constData(), p(QStringLiteral("t/c.bin")).constData()) == 0);
+        const QByteArray gone = makeDir(QStringLiteral("gone"));
+        view->scanList()->selectPathToScan({p(QStringLiteral("t")), gone});
+        QVERIFY(QDir().rmdir(QFile::decodeName(gone)));
+        view->startScanning();
+        ScanProgressView* progress = view->progressView();
+        QTRY_COMPARE(progress->titleLabel()->text(), ScanProgressView::kCompletedText);
+        QCOMPARE(progress->skippedLabel()->text(),
+                 QStringLiteral("1 item could not be read\n1 path reached a file already scanned"));
+        progress->skippedButton()->click();
+        auto* dialog = view->findChild<SkippedItemsDialog*>();
+        QVERIFY(dialog && dialog->isVisible());
+        QCOMPARE(dialog->table()->model()->index(0, 1).data().toString(), qt_error_string(ENOENT));
+        dialog->table()->selectRow(0);
+        dialog->revealSelected();
+        QCOMPARE(m_viewer.shown, QList<QByteArray>{gone});
     }
 
     void abortEndsInFinishedState()

@@ -1,7 +1,9 @@
 #pragma once
 
 #include <QByteArray>
+#include <QList>
 #include <QString>
+#include <atomic>
 #include <vector>
 
 struct FileInfoNode;
@@ -33,8 +35,10 @@ public:
     static void deleteRecordsFromTable(const QString& table, const QByteArray& dbPath);
     // Fills tempTable with the records' paths and modification dates, replacing its rows in
     // the same transaction; record i gets the row number i + 1.
+    // A set abortFlag ends the list early, rolled back.
     static void insertDataInTempTable(const QString& table, const QByteArray& dbPath,
-                                      const std::vector<FileInfoNode*>& values);
+                                      const std::vector<FileInfoNode*>& values,
+                                      const std::atomic<bool>* abortFlag = nullptr);
     // Fills AppGlobals::dictDataBaseFilesMd5 from the join of tempTable and hashTable. Only
     // after insertDataInTempTable of this process succeeded on the same file: rows left by an
     // earlier scan carry old dates and would hand out the digests of changed files.
@@ -42,8 +46,8 @@ public:
     // The same, given the list that insertDataInTempTable wrote: each key then shares the
     // bytes of its record's filePath instead of holding a copy of its own.
     static void fetchHashInfoFromDbPath(const QByteArray& dbPath, const std::vector<FileInfoNode*>& scanned);
-    // Stores the digests of records that have one and were not taken from the cache; one
-    // transaction per batch, each insert succeeding or failing (logged) on its own.
+    // Stores the digests of records that have one and were not taken from the cache, a new
+    // digest for a known path replacing its row; one transaction per batch.
     static void insertDataInTable(const QString& table, const QByteArray& dbPath,
                                   const std::vector<FileInfoNode*>& values);
     static bool createTablesIfNotExists(const QByteArray& dbPath);

@@ -13,11 +13,4 @@ struct DuplicateGroup
     quint64 groupSize = 0;                       // sum of the members' fileSize
 
     DuplicateGroup() = default;
-    // Kept for its name; the arguments are ignored.
-    static DuplicateGroup initWithImageNode(const void* imageNode, const void* childerns)
-    {
-        Q_UNUSED(imageNode);
-        Q_UNUSED(childerns);
-        return DuplicateGroup();
-    }
 };

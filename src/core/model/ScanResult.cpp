@@ -25,6 +25,20 @@ DuplicateGroup* ScanResult::addGroup()
     return group;
 }
 
+void ScanResult::addSkipped(const QByteArray& path, const QString& reason)
+{
+    std::lock_guard lock(skippedMutex);
+    skipped.push_back({path, reason});
+}
+
+size_t ScanResult::sameFileAgainCount() const
+{
+    size_t count = 0;
+    for (const SameFileAgain& same : sameFileAgain)
+        count += same.others.size();
+    return count;
+}
+
 bool ScanResult::isAnyGroupContainsDuplicate() const
 {
     return std::any_of(arrMainGroup.begin(), arrMainGroup.end(),

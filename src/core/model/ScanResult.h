@@ -7,9 +7,24 @@
 #include <deque>
 #include <map>
 #include <memory>
+#include <mutex>
 #include <vector>
 
 class DataFiller;
+
+// An item the scan could not read, with the system's reason.
+struct SkippedItem
+{
+    QByteArray path;
+    QString reason;
+};
+
+// A record and the later paths that reached the same file (device and inode) again.
+struct SameFileAgain
+{
+    QByteArray path;
+    std::vector<QByteArray> others;
+};
 
 // Everything one scan produced. It owns the records, the groups and the library loaders;
 // every other holder (groups, review) keeps plain pointers into it.
@@ -30,6 +45,11 @@ struct ScanResult
     quint32 countDup = 0;
     quint64 sizeDup = 0;
     bool aborted = false;
+    std::vector<SkippedItem> skipped;         // in the order they were met
+    std::vector<SameFileAgain> sameFileAgain; // records reached again, in walk order
+    QString fatalError;                       // set when the scan ended on a resource failure
+
+    std::mutex skippedMutex;
 
     ScanResult();
     ~ScanResult();
@@ -40,6 +60,10 @@ struct ScanResult
     FileInfoNode* addNode(FileInfoNode&& node);
     // A new empty group, appended to arrMainGroup.
     DuplicateGroup* addGroup();
+    // Notes an unreadable item; safe from the hashing threads.
+    void addSkipped(const QByteArray& path, const QString& reason);
+    // How many later paths reached a file already recorded.
+    size_t sameFileAgainCount() const;
     // Whether any group shows more than one member.
     bool isAnyGroupContainsDuplicate() const;
     // The hand-off: drops, in place and in order, every group showing fewer than 2 members.

@@ -2,27 +2,26 @@
 
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
-#include "platform/FileAttributes.h"
+#include "scan/GroupsByDigest.h"
+#include "scan/PackageDigest.h"
+#include "scan/RecordedFile.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
 #include "util/CommonFuncs.h"
 #include "util/Log.h"
-#include "util/PathUtils.h"
 
-#include <QCryptographicHash>
 #include <QElapsedTimer>
-#include <QHash>
 
 #include <algorithm>
 #include <condition_variable>
 #include <deque>
-#include <dirent.h>
 #include <fcntl.h>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
-#include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 #include <unistd.h>
 #include <unordered_map>
@@ -43,156 +42,6 @@ bool isFinal(quint8 status)
 {
     return status == Cached || status == Unreadable || status == Digested || status == Unique;
 }
-
-// Whether the file still is the regular file the walk recorded.
-bool stillSameFile(const FileInfoNode& node, FileAttributes& now)
-{
-    const auto a = FileAttributes::ofItem(node.filePath);
-    if (!a || !a->isRegular() || a->size != node.fileSize)
-        return false;
-    // The record's date may have been rounded by another reader; a change is far larger.
-    if (std::abs(a->modDate - node.modDate) > 1e-3)
-        return false;
-    now = *a;
-    return true;
-}
-
-bool unchangedSince(const QByteArray& path, const FileAttributes& before)
-{
-    const auto a = FileAttributes::ofItem(path);
-    return a && a->isRegular() && a->size == before.size && a->modDate == before.modDate &&
-           a->inode == before.inode;
-}
-
-double mtimeOf(const struct stat& st)
-{
-    return double(st.st_mtim.tv_sec) + double(st.st_mtim.tv_nsec) / 1e9;
-}
-
-// Whether an open file still is the regular file the walk recorded.
-bool isRecordedFile(const FileInfoNode& node, const struct stat& st)
-{
-    return S_ISREG(st.st_mode) && quint64(st.st_size) == node.fileSize &&
-           std::abs(mtimeOf(st) - node.modDate) <= 1e-3;
-}
-
-bool sameState(const struct stat& a, const struct stat& b)
-{
-    return a.st_size == b.st_size && a.st_mtim.tv_sec == b.st_mtim.tv_sec &&
-           a.st_mtim.tv_nsec == b.st_mtim.tv_nsec && a.st_ino == b.st_ino;
-}
-
-bool preadFully(int fd, char* buffer, qint64 length, qint64 offset)
-{
-    while (length > 0) {
-        const ssize_t n = ::pread(fd, buffer, size_t(length), offset);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        buffer += n;
-        length -= n;
-        offset += n;
-    }
-    return true;
-}
-
-// Appends the digests of the files below dirfd/name to md5; false when aborted or unreadable.
-bool appendPackageDigests(int dirfd, const char* name, const QByteArray& path, QByteArray& md5,
-                          const std::atomic<bool>* abortFlag)
-{
-    const int self = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (self < 0)
-        return false;
-    const int listed = ::dup(self);
-    if (listed < 0) {
-        ::close(self);
-        return false;
-    }
-    const std::vector<PathUtils::DirEntry> entries = PathUtils::sortedEntries(listed);
-    bool ok = true;
-    for (const PathUtils::DirEntry& entry : entries) {
-        if (entry.name == ".DS_Store" || entry.name == ".localized")
-            continue;
-        if (abortFlag->load()) {
-            ok = false;
-            break;
-        }
-        const QByteArray child = PathUtils::join(path, entry.name);
-        unsigned char type = entry.type;
-        if (type == DT_UNKNOWN) {
-            const auto a = FileAttributes::ofEntry(self, entry.name.constData());
-            type = !a ? DT_UNKNOWN : a->isDirectory() ? DT_DIR : a->isRegular() ? DT_REG : DT_LNK;
-        }
-        if (type == DT_DIR) {
-            if (!appendPackageDigests(self, entry.name.constData(), child, md5, abortFlag)) {
-                ok = false;
-                break;
-            }
-        } else if (type == DT_REG) {
-            const QByteArray digest = CommonFuncs::getFileMD5UsingStreamWithAbortFlag(child, abortFlag);
-            if (digest.isEmpty() || abortFlag->load()) {
-                ok = false;
-                break;
-            }
-            md5 += digest;
-        }
-        // Links and special files inside a package are neither followed nor read.
-    }
-    ::close(self);
-    return ok;
-}
-
-// The groups by digest, for the grouping loop: an open-addressing table of the groups
-// themselves, a group's digest being its first member's md5 (set before the group is entered
-// and not changed while the table lives). No copy of the digest, no node per entry.
-class GroupsByDigest
-{
-public:
-    DuplicateGroup* find(const QByteArray& md5, size_t hash) const
-    {
-        if (m_slots.empty())
-            return nullptr;
-        const size_t mask = m_slots.size() - 1;
-        for (size_t i = hash & mask;; i = (i + 1) & mask) {
-            DuplicateGroup* group = m_slots[i];
-            if (!group || group->children.front()->md5 == md5)
-                return group;
-        }
-    }
-
-    // Enters a group whose digest is not in the table yet.
-    void insert(DuplicateGroup* group, size_t hash)
-    {
-        // At most three quarters full: linear probing stays short with a digest's hash.
-        if ((m_count + 1) * 4 > m_slots.size() * 3)
-            grow();
-        place(group, hash);
-        ++m_count;
-    }
-
-private:
-    void place(DuplicateGroup* group, size_t hash)
-    {
-        const size_t mask = m_slots.size() - 1;
-        size_t i = hash & mask;
-        while (m_slots[i])
-            i = (i + 1) & mask;
-        m_slots[i] = group;
-    }
-
-    void grow()
-    {
-        std::vector<DuplicateGroup*> old(std::max<size_t>(64, m_slots.size() * 2), nullptr);
-        old.swap(m_slots);
-        for (DuplicateGroup* group : old)
-            if (group)
-                place(group, qHash(group->children.front()->md5));
-    }
-
-    std::vector<DuplicateGroup*> m_slots; // a power of two in size
-    size_t m_count = 0;
-};
 
 } // namespace
 
@@ -226,70 +75,42 @@ DigestGrouper::DigestGrouper(ScanResult& result, ScanState& state, const ScanOpt
     : m_result(result), m_state(state), m_options(options), m_writeHashToFile(std::move(writeHashToFile))
 {}
 
-QByteArray DigestGrouper::calculateMd5ForPackageFile(const QByteArray& path,
-                                                     const std::atomic<bool>* abortFlag)
-{
-    QByteArray md5;
-    if (!appendPackageDigests(AT_FDCWD, path.constData(), path, md5, abortFlag))
-        return QByteArray();
-    return md5;
-}
-
 void DigestGrouper::readEdges(Work& work, size_t index) const
 {
     FileInfoNode& node = *work.cand[index];
+    const RecordedFile::Edges edges = RecordedFile::readEdges(node, kBlockSize);
     quint8 outcome = Unreadable;
-    // Never blocks on a FIFO that took the file's place; only a regular file is read.
-    const int fd = ::open(node.filePath.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
-    struct stat before;
-    if (fd >= 0 && ::fstat(fd, &before) == 0 && isRecordedFile(node, before)) {
-        const qint64 size = qint64(node.fileSize);
-        char buffer[2 * kBlockSize];
-        if (size <= kBlockSize) {
-            // The whole file fits in the first block: its digest is complete.
-            char probe;
-            if (preadFully(fd, buffer, size, 0) && ::pread(fd, &probe, 1, size) == 0) {
-                node.md5 =
-                    QCryptographicHash::hash(QByteArrayView(buffer, size), QCryptographicHash::Md5).toHex();
-                outcome = Digested;
-            }
-        } else {
-            const qint64 tail = std::min<qint64>(kBlockSize, size - kBlockSize);
-            if (preadFully(fd, buffer, kBlockSize, 0) &&
-                preadFully(fd, buffer + kBlockSize, tail, size - tail)) {
-                work.edgeKey[index] =
-                    std::hash<std::string_view>{}(std::string_view(buffer, size_t(kBlockSize + tail)));
-                outcome = EdgesRead;
-            }
-        }
-        struct stat after;
-        if (outcome != Unreadable && (::fstat(fd, &after) != 0 || !sameState(before, after))) {
-            outcome = Unreadable; // written to while it was read
-            node.md5.clear();
-        }
+    if (!edges.md5.isEmpty()) {
+        node.md5 = edges.md5; // the whole file fitted in the first block
+        outcome = Digested;
+    } else if (edges.reason.isEmpty()) {
+        work.edgeKey[index] = edges.key;
+        outcome = EdgesRead;
+    } else {
+        skip(node, edges.reason);
     }
-    if (fd >= 0)
-        ::close(fd);
     work.status[index].store(outcome);
+}
+
+void DigestGrouper::skip(const FileInfoNode& node, const QString& reason) const
+{
+    CommonFuncs::logMissingDigest(node.filePath, &m_state.abortMe);
+    if (!m_state.aborted() && !reason.isEmpty())
+        m_result.addSkipped(node.filePath, reason);
 }
 
 void DigestGrouper::digestFully(Work& work, size_t index) const
 {
     FileInfoNode& node = *work.cand[index];
     m_state.setCurrentFile(node.filePath, true); // a long read: show it whatever the last update
-    QByteArray digest;
-    if (node.isDirectory) {
-        digest = calculateMd5ForPackageFile(node.filePath, &m_state.abortMe);
-    } else {
-        FileAttributes before;
-        if (stillSameFile(node, before)) {
-            digest = CommonFuncs::getFileMD5UsingStreamWithAbortFlag(node.filePath, &m_state.abortMe);
-            if (!digest.isEmpty() && !unchangedSince(node.filePath, before))
-                digest.clear();
-        }
-    }
+    QString reason;
+    QByteArray digest =
+        node.isDirectory ? PackageDigest::calculateMd5ForPackageFile(node.filePath, &m_state.abortMe, &reason)
+                         : RecordedFile::digest(node, &m_state.abortMe, reason);
     if (m_state.aborted())
         digest.clear(); // the item being read when the scan was stopped gets no digest
+    if (digest.isEmpty())
+        skip(node, reason);
     {
         std::lock_guard lock(work.mutex);
         node.md5 = digest;
@@ -431,15 +252,17 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         FileInfoNode* node = work.cand[i];
         anyPackage = anyPackage || node->isDirectory;
         auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
-        if (!node->isMd5Calucaluted && it != AppGlobals::dictDataBaseFilesMd5.constEnd()) {
+        // A cached row counts only when its size is the record's too.
+        if (!node->isMd5Calucaluted && it != AppGlobals::dictDataBaseFilesMd5.constEnd() &&
+            quint64(it->fileSize) == node->fileSize) {
             work.status[i].store(Cached);
         } else if (node->isMd5Calucaluted) {
             work.status[i].store(node->md5.isEmpty() ? Unreadable : Cached);
         }
     }
 
-    // A one-file package's digest is its file's digest, and groups are keyed by digest
-    // alone, so with packages about every file needs its full digest.
+    // A one-file package's digest is its file's digest, so with packages about every file
+    // needs its full digest.
     work.prefilter = m_options.prefilter && !anyPackage;
     work.remaining = std::make_unique<std::atomic<quint32>[]>(work.buckets.size());
     for (size_t b = 0; b < work.buckets.size(); ++b) {
@@ -468,9 +291,29 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     // before further first blocks. The groups are formed here, in grouping order, as the
     // records become final; the cache batches are written meanwhile.
     std::vector<std::thread> hashers;
-    if (m > 0 && !m_state.aborted())
-        for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t)
-            hashers.emplace_back([this, &work] { hashWorker(work); });
+    const auto runHasher = [this, &work] {
+        try {
+            hashWorker(work);
+        } catch (const std::bad_alloc&) {
+            m_state.outOfMemory = true;
+            m_state.abortMe = true;
+            work.done.notify_all();
+        }
+    };
+    if (m > 0 && !m_state.aborted()) {
+        for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t) {
+            try {
+                hashers.emplace_back(runHasher);
+            } catch (const std::system_error& e) {
+                quillonLog(QStringLiteral("Hashing thread could not start (%1); going on with %2")
+                               .arg(QString::fromLocal8Bit(e.what()))
+                               .arg(hashers.size()));
+                break;
+            }
+        }
+        if (hashers.empty())
+            runHasher(); // no thread at all: everything is read here, then grouped
+    }
 
     const auto startGroup = [this](FileInfoNode* node) {
         DuplicateGroup* group = m_result.addGroup();
@@ -511,8 +354,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             }
             node->isMd5Calucaluted = true;
             if (!node->md5.isEmpty()) {
-                const size_t hash = qHash(node->md5);
-                DuplicateGroup* group = dictMapMD5ToGroup.find(node->md5, hash);
+                const size_t hash = GroupsByDigest::hashOf(node->fileSize, node->md5);
+                DuplicateGroup* group = dictMapMD5ToGroup.find(node->fileSize, node->md5, hash);
                 if (group) {
                     node->parent = group;
                     m_state.countDup.fetch_add(1, std::memory_order_relaxed);

@@ -3,6 +3,8 @@
 #include "scan/ScanOptions.h"
 
 #include <QByteArray>
+#include <QString>
+#include <atomic>
 #include <functional>
 #include <vector>
 
@@ -11,7 +13,8 @@ struct FileInfoNode;
 struct ScanResult;
 
 // Groups the records of a scan: by byte size, then by content digest (cached, or computed on
-// the hashing threads), into DuplicateGroups keyed by digest alone.
+// the hashing threads), into DuplicateGroups keyed by (size, digest). A file that cannot be
+// read, or changes while it is examined, is noted in the result's skipped items.
 //
 // The outcome is what one thread computing every full digest in order would give: the
 // candidates are taken bucket by bucket (buckets in order of their first record, records in
@@ -31,11 +34,6 @@ public:
 
     void filterNodesWithSizeAndMd5();
 
-    // A package's digest: the digests of all its files, concatenated in sorted listing order,
-    // subfolders descended, ".DS_Store" and ".localized" skipped, other hidden files included.
-    // Empty when aborted or when one of its files cannot be read.
-    static QByteArray calculateMd5ForPackageFile(const QByteArray& path, const std::atomic<bool>* abortFlag);
-
     static constexpr int kBatchSize = 1000;
     static constexpr qint64 kBlockSize = 4096;
 
@@ -43,6 +41,7 @@ private:
     struct Work;
     void readEdges(Work& work, size_t index) const;
     void digestFully(Work& work, size_t index) const;
+    void skip(const FileInfoNode& node, const QString& reason) const;
     void decideBucket(Work& work, size_t bucket) const;
     void hashWorker(Work& work) const;
 

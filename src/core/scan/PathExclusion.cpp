@@ -6,21 +6,23 @@ void PathExclusion::makeRegExDirPath(const QStringList& excludedFolders)
 {
     regExPathDir.reset();
     m_pattern.clear();
-    if (excludedFolders.isEmpty())
-        return;
     QStringList pieces;
     pieces.reserve(excludedFolders.size());
-    for (const QString& folder : excludedFolders)
-        pieces << QStringLiteral("(%1|(%1\\/(.*)))").arg(folder);
+    for (const QString& folder : excludedFolders) {
+        // Only absolute folders can be compared with the walk's paths.
+        if (!folder.startsWith(QLatin1Char('/'))) {
+            quillonLog(QStringLiteral("Excluded folder skipped, not an absolute path: \"%1\"").arg(folder));
+            continue;
+        }
+        // Each folder is a literal path: "a+b" excludes that folder only.
+        pieces << QStringLiteral("(%1|(%1\\/(.*)))").arg(QRegularExpression::escape(folder));
+    }
+    if (pieces.isEmpty())
+        return;
     m_pattern = QLatin1Char('(') + pieces.join(QLatin1Char('|')) + QLatin1Char(')');
     QRegularExpression re(QRegularExpression::anchoredPattern(m_pattern),
                           QRegularExpression::CaseInsensitiveOption |
                               QRegularExpression::DotMatchesEverythingOption);
-    if (!re.isValid()) {
-        // A folder text that is not a valid pattern: nothing can be matched against it.
-        quillonLog(QStringLiteral("Invalid exclusion pattern %1: %2").arg(m_pattern, re.errorString()));
-        return;
-    }
     re.optimize();
     regExPathDir = std::move(re);
 }

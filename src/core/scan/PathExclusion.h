@@ -6,8 +6,8 @@
 #include <optional>
 
 // The exclusion test of a scan: a path is excluded when it equals an excluded folder or lies
-// anywhere below it, letter case ignored. The folders go into one pattern unescaped, so
-// pattern characters in them keep their pattern meaning.
+// anywhere below it, letter case ignored. Each folder is escaped before it enters the one
+// pattern, so "a.c" never matches "abc"; empty or relative entries are skipped (logged).
 class PathExclusion
 {
 public:
@@ -15,7 +15,8 @@ public:
     void makeRegExDirPath(const QStringList& excludedFolders);
     bool isPathExcluded(const QByteArray& path) const;
 
-    // The pattern text, "((F1|(F1\/(.*)))|(F2|(F2\/(.*))))"; empty when nothing is excluded.
+    // The pattern text, "((F1|(F1\/(.*)))|(F2|(F2\/(.*))))" with each folder escaped; empty
+    // when nothing is excluded.
     QString pattern() const { return m_pattern; }
 
 private:

@@ -5,10 +5,13 @@
 #include "scan/ScanState.h"
 #include "scan/ScanWorker.h"
 #include "util/AlertPresenter.h"
+#include "util/Log.h"
 #include "util/PathUtils.h"
 
 #include <QMetaObject>
 #include <cstdlib>
+#include <new>
+#include <system_error>
 #include <thread>
 
 struct ScanEngine::Private
@@ -96,16 +99,20 @@ bool ScanEngine::startScanning(const std::vector<FilePathNode>& arrPathNodes)
     d->scanning = true;
     AppGlobals::canOpenPreferences = true;
     ScanResult* running = d->running.get();
-    d->worker = std::thread([this, running, config = std::move(config)]() mutable {
-        {
+    const auto work = [this, running, config = std::move(config)]() mutable {
+        try {
             ScanWorker worker(std::move(config), *running, d->state);
             worker.parseAllPath();
+        } catch (const std::bad_alloc&) {
+            d->state.outOfMemory = true;
         }
+        if (d->state.outOfMemory)
+            running->fatalError = kOutOfMemoryMessage;
         running->countScanned = d->state.countScanned.load();
         running->totSizeScanned = d->state.totSizeScanned.load();
         running->countDup = d->state.countDup.load();
         running->sizeDup = d->state.sizeDup.load();
-        running->aborted = d->state.aborted();
+        running->aborted = d->state.aborted() && !d->state.outOfMemory;
         QMetaObject::invokeMethod(
             this,
             [this] {
@@ -116,7 +123,17 @@ bool ScanEngine::startScanning(const std::vector<FilePathNode>& arrPathNodes)
                 Q_EMIT finished(d->result->aborted);
             },
             Qt::QueuedConnection);
-    });
+    };
+    try {
+        d->worker = std::thread(std::move(work));
+    } catch (const std::system_error& e) {
+        quillonLog(
+            QStringLiteral("The scan thread could not start: %1").arg(QString::fromLocal8Bit(e.what())));
+        d->running.reset();
+        d->scanning = false;
+        AppGlobals::canOpenPreferences = false;
+        return false;
+    }
     return true;
 }
 

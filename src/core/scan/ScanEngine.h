@@ -25,6 +25,10 @@ public:
     static inline const QString kOnlyOneItemHint =
         QStringLiteral("Hint: Please try scanning another path for duplicates.");
 
+    // The result's fatalError when memory ran out during the scan.
+    static inline const QString kOutOfMemoryMessage =
+        QStringLiteral("The scan ended early: there was not enough memory to go on.");
+
     ScanEngine(Settings& settings, AlertPresenter* alerts, QObject* parent = nullptr);
     ~ScanEngine() override; // aborts a running scan and waits for its worker
 
@@ -38,8 +42,8 @@ public:
 
     // Starts a scan of the ticked entries; false (nothing started) when scanPathButtonState
     // says no (the refusal alert kOnlyOneItemMessage is then shown through the presenter,
-    // when there is one) or a scan is already running. Reads the minimum size and the
-    // exclusions from the settings (unless the options override them) on the calling thread.
+    // when there is one), a scan is already running or its thread cannot start. Reads the minimum size and
+    // the exclusions from the settings (unless the options override them) on the calling thread.
     bool startScanning(const std::vector<FilePathNode>& arrPathNodes);
     void abortScanning();
     bool isScanning() const;

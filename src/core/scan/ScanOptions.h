@@ -19,4 +19,6 @@ struct ScanOptions
     // Whether the application with a bundle identifier runs (the photo-library wait);
     // unset: CommonFuncs::checkAppOpen.
     std::function<bool(const QString&)> applicationRunning;
+    // Called on the worker thread for each folder the walk enters (tests stop a walk there).
+    std::function<void(const QByteArray&)> folderEntered;
 };

@@ -13,6 +13,7 @@ void ScanState::reset()
     totSizeScanned = 0;
     countDup = 0;
     sizeDup = 0;
+    outOfMemory = false;
     m_lastUpdate = 0;
     QMutexLocker lock(&m_mutex);
     m_currentFile.clear();

@@ -15,6 +15,7 @@ public:
     std::atomic<quint64> totSizeScanned{0};
     std::atomic<quint32> countDup{0};
     std::atomic<quint64> sizeDup{0};
+    std::atomic<bool> outOfMemory{false}; // the scan ended because memory ran out
 
     void reset();
     bool aborted() const { return abortMe.load(std::memory_order_relaxed); }

@@ -1,6 +1,7 @@
 #include "scan/ScanWorker.h"
 
 #include "app/AppGlobals.h"
+#include "cache/CacheUpkeep.h"
 #include "cache/SqliteDBOperations.h"
 #include "libraries/DBOperations.h"
 #include "libraries/DataFiller.h"
@@ -19,6 +20,7 @@
 #include <chrono>
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
 
@@ -56,9 +58,12 @@ void ScanWorker::parseAllPath()
     }
     dictAllFilePath.clear();
     dictAllFilePath.squeeze();
+    m_inodes.clear();
+    m_inodes.squeeze();
 
     AppGlobals::dictDataBaseFilesMd5.clear();
-    if (m_config.options.useCache) {
+    // After a stop the cache steps are skipped: nothing of them is needed for what was found.
+    if (m_config.options.useCache && !m_state.aborted()) {
         writeFilePathToTemp();
         readFromHashFile();
     }
@@ -70,21 +75,26 @@ void ScanWorker::parseAllPath()
                           });
     grouper.filterNodesWithSizeAndMd5();
     m_result.aborted = m_state.aborted();
+    if (m_config.options.useCache && !m_result.aborted)
+        removeRowsOfMissingFiles();
 }
 
 void ScanWorker::parsePathForFilesAndFolders(const QByteArray& path)
 {
     if (m_state.aborted())
         return;
+    errno = 0;
     const auto attributes = FileAttributes::ofItem(path);
-    if (!attributes)
+    if (!attributes) {
+        skip(path, errno);
         return;
-    parseItem(AT_FDCWD, path.constData(), path, *attributes);
+    }
+    parseItem(-1, path.constData(), path, *attributes);
 }
 
-void ScanWorker::parseSubDirectoryForPath(const QByteArray& path)
+void ScanWorker::skip(const QByteArray& path, int error)
 {
-    parseDirectory(AT_FDCWD, path.constData(), path);
+    m_result.addSkipped(path, qt_error_string(error ? error : EIO));
 }
 
 // One item of the walk, its attributes read without following a link: a folder is
@@ -117,46 +127,125 @@ void ScanWorker::parseItem(int dirfd, const char* name, const QByteArray& path,
         createAndAddToArrayFileNodeForPath(path, attributes);
 }
 
+// Lists a folder relative to its parent's descriptor (dirfd), or by its full path of any
+// length when dirfd is -1. The upper levels keep their descriptor open while their subfolders
+// are walked; deeper ones read their entries' attributes first and close theirs, so a walk
+// holds at most kOpenLevels folder descriptors however deep the tree.
 void ScanWorker::parseDirectory(int dirfd, const char* name, const QByteArray& path)
 {
-    const int fd = ::openat(dirfd, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (fd < 0)
+    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
+    int fd = dirfd >= 0 ? ::openat(dirfd, name, kFlags) : PathUtils::openDeep(path, kFlags);
+    struct stat st;
+    if (fd < 0 || ::fstat(fd, &st) != 0) {
+        skip(path, errno);
+        if (fd >= 0)
+            ::close(fd);
         return;
-    const std::vector<PathUtils::DirEntry> entries = PathUtils::sortedEntries(::dup(fd));
-    for (const PathUtils::DirEntry& entry : entries) {
-        if (isSkippedName(entry.name))
-            continue;
-        if (m_state.aborted())
-            break;
-        const QByteArray child = PathUtils::join(path, entry.name);
-        if (m_exclusion.isPathExcluded(child))
-            continue;
+    }
+    // A folder inside itself (a bind mount of a parent) is walked once more, so that its files
+    // count as reached again, but never further.
+    const QPair<quint64, quint64> id(quint64(st.st_dev), quint64(st.st_ino));
+    if (m_openFolders.count(id) >= 2) {
+        ::close(fd);
+        return;
+    }
+    if (m_config.options.folderEntered)
+        m_config.options.folderEntered(path);
+    const int listed = ::dup(fd);
+    int error = listed < 0 ? errno : 0;
+    const std::vector<PathUtils::DirEntry> entries =
+        listed < 0 ? std::vector<PathUtils::DirEntry>()
+                   : PathUtils::sortedEntries(listed, &error, &m_state.abortMe);
+    if (error)
+        skip(path, error);
+    m_openFolders.append(id);
+    const bool keepOpen = m_openFolders.size() <= kOpenLevels;
+
+    // What each entry is: a plain folder (no attributes needed), an item with attributes, or
+    // nothing to take.
+    struct Item
+    {
+        const PathUtils::DirEntry* entry;
+        std::optional<FileAttributes> attributes;
+    };
+    const auto examine = [&](const PathUtils::DirEntry& entry,
+                             const QByteArray& child) -> std::optional<Item> {
+        if (isSkippedName(entry.name) || m_exclusion.isPathExcluded(child))
+            return std::nullopt;
         switch (entry.type) {
         case DT_LNK:
         case DT_FIFO:
         case DT_SOCK:
         case DT_CHR:
         case DT_BLK:
-            continue; // never read, never descended
+            return std::nullopt; // never read, never descended
         case DT_DIR:
-            if (!entry.name.contains('.')) {
-                // A plain folder: no package extension, so no attributes needed.
-                parseDirectory(fd, entry.name.constData(), child);
-                continue;
-            }
+            if (!entry.name.contains('.'))
+                return Item{&entry, std::nullopt}; // no package extension: no attributes needed
             break;
         default:
             break;
         }
-        const auto attributes = FileAttributes::ofEntry(fd, entry.name.constData());
-        if (attributes)
-            parseItem(fd, entry.name.constData(), child, *attributes);
+        errno = 0;
+        auto attributes = FileAttributes::ofEntry(fd, entry.name.constData());
+        if (!attributes) {
+            skip(child, errno);
+            return std::nullopt;
+        }
+        return Item{&entry, std::move(attributes)};
+    };
+    const auto take = [&](const Item& item, const QByteArray& child) {
+        const int parent = keepOpen ? fd : -1;
+        if (item.attributes)
+            parseItem(parent, item.entry->name.constData(), child, *item.attributes);
+        else
+            parseDirectory(parent, item.entry->name.constData(), child);
+    };
+
+    if (keepOpen) {
+        for (const PathUtils::DirEntry& entry : entries) {
+            if (m_state.aborted())
+                break;
+            const QByteArray child = PathUtils::join(path, entry.name);
+            if (const auto item = examine(entry, child))
+                take(*item, child);
+        }
+    } else {
+        std::vector<Item> items;
+        for (const PathUtils::DirEntry& entry : entries) {
+            if (m_state.aborted())
+                break;
+            if (auto item = examine(entry, PathUtils::join(path, entry.name)))
+                items.push_back(std::move(*item));
+        }
+        ::close(fd);
+        fd = -1;
+        for (const Item& item : items) {
+            if (m_state.aborted())
+                break;
+            take(item, PathUtils::join(path, item.entry->name));
+        }
     }
-    ::close(fd);
+    m_openFolders.removeLast();
+    if (fd >= 0)
+        ::close(fd);
 }
 
 void ScanWorker::createAndAddToArrayFileNodeForPath(const QByteArray& path, const FileAttributes& attributes)
 {
+    // A file is its (device, inode): a later path to it makes no record.
+    const QPair<quint64, quint64> id(attributes.device, attributes.inode);
+    if (attributes.inode != 0) {
+        const auto seen = m_inodes.find(id);
+        if (seen != m_inodes.end()) {
+            if (seen->sameIndex < 0) {
+                seen->sameIndex = qsizetype(m_result.sameFileAgain.size());
+                m_result.sameFileAgain.push_back({seen->path, {}});
+            }
+            m_result.sameFileAgain[size_t(seen->sameIndex)].others.push_back(path);
+            return;
+        }
+    }
     const QByteArray key = Platform::comparablePath(path);
     if (dictAllFilePath.contains(key))
         return;
@@ -165,6 +254,8 @@ void ScanWorker::createAndAddToArrayFileNodeForPath(const QByteArray& path, cons
         return;
     m_state.setCurrentFile(path);
     dictAllFilePath.insert(key);
+    if (attributes.inode != 0)
+        m_inodes.insert(id, Seen{path, -1});
     addScannedNode(std::move(*node));
 }
 
@@ -281,7 +372,8 @@ void ScanWorker::writeFilePathToTemp()
     if (!PathUtils::exists(db))
         return;
     SqliteDBOperations::deleteRecordsFromTable(QStringLiteral("tempTable"), db);
-    SqliteDBOperations::insertDataInTempTable(QStringLiteral("tempTable"), db, m_result.arrFileNodes);
+    SqliteDBOperations::insertDataInTempTable(QStringLiteral("tempTable"), db, m_result.arrFileNodes,
+                                              &m_state.abortMe);
 }
 
 void ScanWorker::readFromHashFile()
@@ -290,6 +382,17 @@ void ScanWorker::readFromHashFile()
     if (!PathUtils::exists(db))
         return;
     SqliteDBOperations::fetchHashInfoFromDbPath(db, m_result.arrFileNodes);
+}
+
+void ScanWorker::removeRowsOfMissingFiles()
+{
+    QList<QByteArray> folders;
+    for (const FilePathNode& entry : m_config.arrPathNodes)
+        if (entry.state != 0 && PathUtils::isDirectory(entry.filePath))
+            folders << entry.filePath;
+    const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
+    if (!folders.isEmpty() && PathUtils::exists(db))
+        CacheUpkeep::removeRowsOfMissingFiles(db, folders, &m_state.abortMe);
 }
 
 void ScanWorker::writeHashToFile(const std::vector<FileInfoNode*>& batch)

@@ -5,6 +5,9 @@
 #include "scan/ScanOptions.h"
 
 #include <QByteArray>
+#include <QHash>
+#include <QList>
+#include <QPair>
 #include <QSet>
 #include <QStringList>
 #include <vector>
@@ -39,7 +42,6 @@ public:
 
     // Enumeration.
     void parsePathForFilesAndFolders(const QByteArray& path);
-    void parseSubDirectoryForPath(const QByteArray& path);
     void createAndAddToArrayFileNodeForPath(const QByteArray& path, const FileAttributes& attributes);
 
     // Photo libraries.
@@ -53,12 +55,17 @@ public:
     void writeFilePathToTemp();
     void readFromHashFile();
     void writeHashToFile(const std::vector<FileInfoNode*>& batch);
+    // After a scan that was not stopped: drops the cache rows of vanished files below the
+    // scanned folders.
+    void removeRowsOfMissingFiles();
 
-    const PathExclusion& exclusion() const { return m_exclusion; }
+    // Folder descriptors a walk keeps open at most (the upper levels).
+    static constexpr int kOpenLevels = 24;
 
 private:
     void parseItem(int dirfd, const char* name, const QByteArray& path, const FileAttributes& attributes);
     void parseDirectory(int dirfd, const char* name, const QByteArray& path);
+    void skip(const QByteArray& path, int error);
     // Counts the record in the progress totals and hands it to the result.
     void addScannedNode(FileInfoNode&& node);
 
@@ -67,6 +74,13 @@ private:
     ScanState& m_state;
     PathExclusion m_exclusion;
     QSet<QByteArray> dictAllFilePath; // comparable path of every record made
+    struct Seen
+    {
+        QByteArray path;          // the record's path
+        qsizetype sameIndex = -1; // its entry in the result's sameFileAgain, once reached again
+    };
+    QHash<QPair<quint64, quint64>, Seen> m_inodes; // (device, inode) of every record made
+    QList<QPair<quint64, quint64>> m_openFolders;  // the folders being walked, outermost first
     bool isPhotosScanned = false;
     bool skipiPhotoFromScan = false;
 };

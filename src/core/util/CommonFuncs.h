@@ -35,8 +35,12 @@ public:
     // %@ #############" (and "abortFlag true!!", "Aborted!!" when aborted).
     static QByteArray getFileMD5UsingStreamWithAbortFlag(const QByteArray& path,
                                                          const std::atomic<bool>* abortFlag);
+    // The same log lines, for every other path on which no digest came back.
+    static void logMissingDigest(const QByteArray& path, const std::atomic<bool>* abortFlag);
 };
 
 // The plain digest function under getFileMD5UsingStreamWithAbortFlag; chunkSize 0 means 4,096.
 QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
                                      const std::atomic<bool>* abortFlag);
+// The same for a regular file already open (read from its current offset); the caller keeps fd.
+QByteArray FileMD5HashCreateWithDescriptor(int fd, size_t chunkSize, const std::atomic<bool>* abortFlag);

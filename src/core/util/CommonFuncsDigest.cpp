@@ -71,28 +71,32 @@ private:
 QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
                                      const std::atomic<bool>* abortFlag)
 {
-    if (chunkSize == 0)
-        chunkSize = 4096;
     if (path.isEmpty())
         return {};
-
     // Never follow a final link, never block on a FIFO or device: only regular files are read.
     int raw;
     do {
-        raw = ::open(path.constData(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC);
+        raw = PathUtils::openDeep(path, O_RDONLY | O_NOFOLLOW | O_NONBLOCK);
     } while (raw < 0 && errno == EINTR);
     if (raw < 0)
         return {};
     const FileDescriptor fd(raw);
+    return FileMD5HashCreateWithDescriptor(fd.get(), chunkSize, abortFlag);
+}
+
+QByteArray FileMD5HashCreateWithDescriptor(int fd, size_t chunkSize, const std::atomic<bool>* abortFlag)
+{
+    if (chunkSize == 0)
+        chunkSize = 4096;
     struct stat st;
-    if (::fstat(fd.get(), &st) != 0 || !S_ISREG(st.st_mode))
+    if (fd < 0 || ::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode))
         return {};
 
     if (isAborted(abortFlag)) {
         quillonLog(QStringLiteral("abortFlag true!!"));
         return {};
     }
-    ::posix_fadvise(fd.get(), 0, 0, POSIX_FADV_SEQUENTIAL);
+    ::posix_fadvise(fd, 0, 0, POSIX_FADV_SEQUENTIAL);
 
     thread_local DigestState state;
     EVP_MD_CTX* context = state.context.get();
@@ -103,7 +107,7 @@ QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
     for (;;) {
         ssize_t got;
         do {
-            got = ::read(fd.get(), buffer, chunkSize);
+            got = ::read(fd, buffer, chunkSize);
         } while (got < 0 && errno == EINTR);
         if (got < 0)
             return {};
@@ -131,13 +135,17 @@ QByteArray CommonFuncs::getFileMD5UsingStreamWithAbortFlag(const QByteArray& pat
                                                            const std::atomic<bool>* abortFlag)
 {
     const QByteArray md5 = FileMD5HashCreateWithPath(path, 4096, abortFlag);
-    if (md5.isEmpty()) {
-        quillonLog(QStringLiteral("############# MD5 coming NIL for file: %1 #############")
-                       .arg(PathUtils::toDisplay(path)));
-        if (isAborted(abortFlag)) {
-            quillonLog(QStringLiteral("abortFlag true!!"));
-            quillonLog(QStringLiteral("Aborted!!"));
-        }
-    }
+    if (md5.isEmpty())
+        logMissingDigest(path, abortFlag);
     return md5;
+}
+
+void CommonFuncs::logMissingDigest(const QByteArray& path, const std::atomic<bool>* abortFlag)
+{
+    quillonLog(QStringLiteral("############# MD5 coming NIL for file: %1 #############")
+                   .arg(PathUtils::toDisplay(path)));
+    if (isAborted(abortFlag)) {
+        quillonLog(QStringLiteral("abortFlag true!!"));
+        quillonLog(QStringLiteral("Aborted!!"));
+    }
 }

@@ -3,7 +3,9 @@
 #include <QFile>
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <dirent.h>
+#include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -121,15 +123,30 @@ bool makeFolders(const QByteArray& folder)
     return ::mkdir(folder.constData(), 0700) == 0 || errno == EEXIST;
 }
 
-std::vector<DirEntry> sortedEntries(int fd)
+std::vector<DirEntry> sortedEntries(int fd, int* error, const std::atomic<bool>* abortFlag)
 {
     std::vector<DirEntry> entries;
-    DIR* dir = ::fdopendir(fd);
+    if (error)
+        *error = 0;
+    DIR* dir = fd >= 0 ? ::fdopendir(fd) : nullptr;
     if (!dir) {
-        ::close(fd);
+        if (error)
+            *error = fd >= 0 ? errno : EBADF;
+        if (fd >= 0)
+            ::close(fd);
         return entries;
     }
-    while (const dirent* e = ::readdir(dir)) {
+    for (;;) {
+        // A very large folder: a stop is noticed while it is listed.
+        if (abortFlag && (entries.size() & 4095) == 4095 && abortFlag->load(std::memory_order_relaxed))
+            break;
+        errno = 0;
+        const dirent* e = ::readdir(dir);
+        if (!e) {
+            if (errno != 0 && error)
+                *error = errno;
+            break;
+        }
         const char* n = e->d_name;
         if (n[0] == '.' && (n[1] == 0 || (n[1] == '.' && n[2] == 0)))
             continue;
@@ -139,6 +156,62 @@ std::vector<DirEntry> sortedEntries(int fd)
     std::sort(entries.begin(), entries.end(),
               [](const DirEntry& a, const DirEntry& b) { return a.name < b.name; });
     return entries;
+}
+
+int openDeep(const QByteArray& path, int flags)
+{
+    if (path.isEmpty() || path.contains('\0')) {
+        errno = ENOENT;
+        return -1;
+    }
+    if (path.size() < PATH_MAX)
+        return ::open(path.constData(), flags | O_CLOEXEC);
+    // Component by component; the parents are followed like the kernel would.
+    int dirfd = path.startsWith('/') ? ::open("/", O_RDONLY | O_DIRECTORY | O_CLOEXEC) : AT_FDCWD;
+    if (path.startsWith('/') && dirfd < 0)
+        return -1;
+    const QList<QByteArray> parts = path.split('/');
+    qsizetype last = parts.size() - 1;
+    while (last > 0 && parts.at(last).isEmpty())
+        --last;
+    int result = -1;
+    for (qsizetype i = 0; i <= last; ++i) {
+        const QByteArray& part = parts.at(i);
+        if (part.isEmpty() && i < last)
+            continue;
+        const int fd = i == last ? ::openat(dirfd, part.isEmpty() ? "." : part.constData(), flags | O_CLOEXEC)
+                                 : ::openat(dirfd, part.constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        const int saved = errno;
+        if (dirfd != AT_FDCWD)
+            ::close(dirfd);
+        errno = saved;
+        if (fd < 0)
+            return -1;
+        if (i == last)
+            result = fd;
+        else
+            dirfd = fd;
+    }
+    return result;
+}
+
+bool lstatDeep(const QByteArray& path, struct stat* st)
+{
+    if (path.isEmpty() || path.contains('\0')) {
+        errno = ENOENT;
+        return false;
+    }
+    if (path.size() < PATH_MAX)
+        return ::lstat(path.constData(), st) == 0;
+    const qsizetype slash = path.lastIndexOf('/');
+    const int dirfd = openDeep(path.left(std::max<qsizetype>(slash, 1)), O_RDONLY | O_DIRECTORY);
+    if (dirfd < 0)
+        return false;
+    const bool ok = ::fstatat(dirfd, path.constData() + slash + 1, st, AT_SYMLINK_NOFOLLOW) == 0;
+    const int saved = errno;
+    ::close(dirfd);
+    errno = saved;
+    return ok;
 }
 
 std::optional<QByteArray> resolveIgnoringCase(const QByteArray& base, const QByteArray& relative)

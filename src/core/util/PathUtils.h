@@ -2,8 +2,11 @@
 
 #include <QByteArray>
 #include <QString>
+#include <atomic>
 #include <optional>
 #include <vector>
+
+struct stat;
 
 // File names on Linux are bytes, not text: every path in core is a QByteArray holding the
 // exact bytes the file system uses, so a name that is not valid UTF-8 survives untouched.
@@ -53,8 +56,17 @@ struct DirEntry
 };
 
 // The entries of an open directory, "." and ".." left out, sorted byte for byte so that a walk
-// is the same on every file system. Takes ownership of fd (closed also on failure).
-std::vector<DirEntry> sortedEntries(int fd);
+// is the same on every file system. Takes ownership of fd (closed also on failure). When
+// error is given it receives the errno of a failed listing (0 on success); a set abortFlag
+// ends the listing early (the entries read so far, unsorted order not guaranteed).
+std::vector<DirEntry> sortedEntries(int fd, int* error = nullptr,
+                                    const std::atomic<bool>* abortFlag = nullptr);
+
+// open(2) of a path of any length: a path longer than PATH_MAX is opened component by
+// component with openat, holding at most two descriptors at a time. -1 and errno on failure.
+int openDeep(const QByteArray& path, int flags);
+// lstat of a path of any length; false and errno when it cannot be examined.
+bool lstatDeep(const QByteArray& path, struct stat* st);
 
 // Finds base/relative where each component of `relative` ("Database/apdb/Library.apdb") is
 // matched against the real entries of its folder without regard to letter case, as a

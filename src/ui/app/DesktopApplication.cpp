@@ -1,5 +1,7 @@
 #include "app/DesktopApplication.h"
 
+#include "scan/ScanProgressView.h"
+
 #include "app/AppDelegate.h"
 #include "app/MainWindow.h"
 #include "preferences/PreferencesWindowFactory.h"
@@ -54,11 +56,11 @@ void DesktopApplication::updateStatusText()
         m_delegate->setStatusText(QStringLiteral("Select folder to scan"));
         break;
     case ResultViewController::Screen::Progress:
-        m_delegate->setStatusText(m_resultView->isScanning() ? QStringLiteral("Scanning")
-                                                             : QStringLiteral("Scan Completed"));
+        m_delegate->setStatusText(m_resultView->isScanning() ? ScanProgressView::kScanningText
+                                                             : ScanProgressView::kCompletedText);
         break;
     case ResultViewController::Screen::Results:
-        m_delegate->setStatusText(QStringLiteral("Duplicate groups"));
+        m_delegate->setStatusText(QString());
         break;
     }
 }

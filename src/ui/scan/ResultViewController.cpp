@@ -8,6 +8,7 @@
 #include "scan/ScanList.h"
 #include "scan/ScanListView.h"
 #include "scan/ScanProgressView.h"
+#include "scan/SkippedItemsDialog.h"
 #include "scan/TemporaryGroupsView.h"
 #include "util/AlertPresenter.h"
 
@@ -70,6 +71,8 @@ ResultViewController::ResultViewController(Settings& settings, AlertPresenter* a
             &ResultViewController::backToAddFolderView);
     connect(m_progressView, &ScanProgressView::showResultsRequested, this,
             &ResultViewController::showResultDetail);
+    connect(m_progressView, &ScanProgressView::skippedItemsRequested, this,
+            &ResultViewController::showSkippedItems);
     connect(m_groupsView, &TemporaryGroupsView::backRequested, this,
             &ResultViewController::backToAddFolderView);
     connect(m_engine, &ScanEngine::finished, this, &ResultViewController::onScanFinished);
@@ -198,6 +201,17 @@ void ResultViewController::onScanFinished(bool aborted)
     Q_EMIT scanningChanged(false);
 
     const ScanResult* result = m_engine->result();
+    if (result)
+        m_progressView->showSkipped(result->skipped.size(), result->sameFileAgainCount());
+    if (result && !result->fatalError.isEmpty() && m_alerts) {
+        QPointer<ResultViewController> self(this);
+        const QString message = result->fatalError;
+        QTimer::singleShot(0, this, [self, message] {
+            if (self)
+                self->m_alerts->runModal(Alert{message, QString()});
+        });
+        return;
+    }
     if (result && result->isAnyGroupContainsDuplicate())
         return;
     // Once the finished screen has been drawn.
@@ -210,6 +224,16 @@ void ResultViewController::onScanFinished(bool aborted)
         if (self && answer == 0 && !self->isScanning())
             self->backToAddFolderView();
     });
+}
+
+void ResultViewController::showSkippedItems()
+{
+    const ScanResult* result = m_engine->result();
+    if (isScanning() || !result || result->skipped.empty())
+        return;
+    auto* dialog = new SkippedItemsDialog(result->skipped, fileViewer(), this);
+    dialog->setAttribute(Qt::WA_DeleteOnClose);
+    dialog->open();
 }
 
 void ResultViewController::showResultDetail()

@@ -61,6 +61,8 @@ public Q_SLOTS:
     void abortScanning();
     // "Show Results".
     void showResultDetail();
+    // Lists the items the last scan could not read, in a window-modal dialog.
+    void showSkippedItems();
     // Back to the scan list, from the end of a scan or from the results.
     void backToAddFolderView();
 

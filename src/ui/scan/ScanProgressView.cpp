@@ -6,6 +6,7 @@
 #include "util/PathUtils.h"
 #include "widgets/ButtonLooks.h"
 #include "widgets/IMGButton.h"
+#include "widgets/LinkButton.h"
 
 #include <QFrame>
 #include <QHBoxLayout>
@@ -72,6 +73,18 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     buttons->addWidget(m_showResults);
     buttons->addStretch();
 
+    m_skipped = new QLabel(this);
+    m_skipped->setAlignment(Qt::AlignCenter);
+    m_showSkipped = new LinkButton(this);
+    m_showSkipped->setText(tr("Show"));
+    m_showSkipped->setAccessibleName(tr("Show the items that could not be read"));
+    auto* skippedRow = new QHBoxLayout;
+    skippedRow->addStretch();
+    skippedRow->addWidget(m_skipped);
+    skippedRow->addWidget(m_showSkipped);
+    skippedRow->addStretch();
+    showSkipped(0, 0);
+
     column->addStretch(2);
     column->addWidget(m_picture);
     column->addWidget(m_title);
@@ -84,11 +97,13 @@ ScanProgressView::ScanProgressView(QWidget* parent) : QWidget(parent)
     column->addWidget(m_currentFile);
     column->addSpacing(10);
     column->addLayout(buttons);
+    column->addLayout(skippedRow);
     column->addStretch(3);
 
     connect(m_stop, &IMGButton::clicked, this, &ScanProgressView::stopRequested);
     connect(m_back, &IMGButton::clicked, this, &ScanProgressView::backRequested);
     connect(m_showResults, &IMGButton::clicked, this, &ScanProgressView::showResultsRequested);
+    connect(m_showSkipped, &LinkButton::clicked, this, &ScanProgressView::skippedItemsRequested);
     setCounters(0, 0, 0, 0);
     showScanning();
 }
@@ -128,14 +143,13 @@ void ScanProgressView::showScanning()
     m_showResults->hide();
     m_currentFile->show();
     m_currentFile->clear();
+    showSkipped(0, 0);
     m_busy->setRange(0, 0); // busy: the bar animates
 }
 
 void ScanProgressView::showStopping()
 {
     m_stop->setEnabled(false);
-    m_stop->setText(tr("Stopping..."));
-    m_stop->setShortcut(QKeySequence(Qt::Key_Escape));
 }
 
 void ScanProgressView::showFinished(bool hasGroups)
@@ -148,6 +162,20 @@ void ScanProgressView::showFinished(bool hasGroups)
     m_currentFile->hide();
     m_busy->setRange(0, 1);
     m_busy->setValue(1);
+}
+
+void ScanProgressView::showSkipped(size_t skipped, size_t sameFileAgain)
+{
+    QStringList lines;
+    if (skipped > 0)
+        lines << (skipped == 1 ? tr("1 item could not be read")
+                               : tr("%1 items could not be read").arg(skipped));
+    if (sameFileAgain > 0)
+        lines << (sameFileAgain == 1 ? tr("1 path reached a file already scanned")
+                                     : tr("%1 paths reached a file already scanned").arg(sameFileAgain));
+    m_skipped->setText(lines.join(QLatin1Char('\n')));
+    m_skipped->setVisible(!lines.isEmpty());
+    m_showSkipped->setVisible(skipped > 0);
 }
 
 QString ScanProgressView::differentFontString(const QString& sizeText)

@@ -4,6 +4,7 @@
 
 class ElidedLabel;
 class IMGButton;
+class LinkButton;
 class QLabel;
 class QProgressBar;
 
@@ -26,6 +27,10 @@ public:
     // Stop was pressed: the button stays until the worker has stopped, but cannot be pressed again.
     void showStopping();
 
+    // The end-of-scan details: how many items could not be read (with a button that lists
+    // them) and how many paths reached a file already recorded. Hidden when both are 0.
+    void showSkipped(size_t skipped, size_t sameFileAgain);
+
     void setCounters(quint32 countScanned, quint64 totSizeScanned, quint32 countDup, quint64 sizeDup);
     void setCurrentFile(const QByteArray& path);
 
@@ -41,11 +46,14 @@ public:
     IMGButton* stopButton() const { return m_stop; }
     IMGButton* backButton() const { return m_back; }
     IMGButton* showResultsButton() const { return m_showResults; }
+    QLabel* skippedLabel() const { return m_skipped; }
+    LinkButton* skippedButton() const { return m_showSkipped; }
 
 Q_SIGNALS:
     void stopRequested();
     void backRequested();
     void showResultsRequested();
+    void skippedItemsRequested();
 
 private:
     QWidget* makeCounter(const QString& caption, QLabel*& value);
@@ -61,4 +69,6 @@ private:
     IMGButton* m_stop = nullptr;
     IMGButton* m_back = nullptr;
     IMGButton* m_showResults = nullptr;
+    QLabel* m_skipped = nullptr;
+    LinkButton* m_showSkipped = nullptr;
 };
