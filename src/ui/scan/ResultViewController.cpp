@@ -3,13 +3,15 @@
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
 #include "platform/DBusFileViewer.h"
+#include "review/CategoryBar.h"
+#include "review/DetailResultViewController.h"
 #include "scan/DragDropNotifier.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanList.h"
 #include "scan/ScanListView.h"
 #include "scan/ScanProgressView.h"
-#include "scan/TemporaryGroupsView.h"
 #include "util/AlertPresenter.h"
+#include "util/WidgetAlertPresenter.h"
 
 #include <QPointer>
 #include <QPushButton>
@@ -28,6 +30,15 @@ public:
     {
         FileViewer* viewer = m_target();
         return viewer && viewer->showItems(paths);
+    }
+    bool showItemsReportingFailure(const QList<QByteArray>& paths, std::function<void()> onFailure) override
+    {
+        FileViewer* viewer = m_target();
+        if (viewer)
+            return viewer->showItemsReportingFailure(paths, std::move(onFailure));
+        if (onFailure)
+            onFailure();
+        return false;
     }
 
 private:
@@ -53,10 +64,15 @@ ResultViewController::ResultViewController(Settings& settings, AlertPresenter* a
     m_listView = new ScanListView(m_scanList, m_stack);
     m_listView->setAlertPresenter(alerts);
     m_progressView = new ScanProgressView(m_stack);
-    m_groupsView = new TemporaryGroupsView(m_stack);
+    if (!alerts) {
+        m_ownAlerts = std::make_unique<WidgetAlertPresenter>(this);
+        alerts = m_ownAlerts.get();
+    }
+    m_detailView = new DetailResultViewController(settings, *alerts, m_stack);
+    m_detailView->setFileViewer(m_ownFileViewer.get());
     m_stack->addWidget(m_listView);
     m_stack->addWidget(m_progressView);
-    m_stack->addWidget(m_groupsView);
+    m_stack->addWidget(m_detailView);
 
     m_refreshTimer = new QTimer(this);
     m_refreshTimer->setInterval(kRefreshIntervalMs);
@@ -70,7 +86,7 @@ ResultViewController::ResultViewController(Settings& settings, AlertPresenter* a
             &ResultViewController::backToAddFolderView);
     connect(m_progressView, &ScanProgressView::showResultsRequested, this,
             &ResultViewController::showResultDetail);
-    connect(m_groupsView, &TemporaryGroupsView::backRequested, this,
+    connect(m_detailView, &DetailResultViewController::backRequested, this,
             &ResultViewController::backToAddFolderView);
     connect(m_engine, &ScanEngine::finished, this, &ResultViewController::onScanFinished);
     connect(m_scanList, &ScanList::goToPreferencesRequested, this,
@@ -117,7 +133,7 @@ ResultViewController::Screen ResultViewController::currentScreen() const
 {
     if (m_stack->currentWidget() == m_progressView)
         return Screen::Progress;
-    if (m_stack->currentWidget() == m_groupsView)
+    if (m_stack->currentWidget() == m_detailView)
         return Screen::Results;
     return Screen::ScanList;
 }
@@ -130,7 +146,7 @@ bool ResultViewController::isScanning() const
 void ResultViewController::showScreen(Screen screen)
 {
     QWidget* page = screen == Screen::Progress  ? static_cast<QWidget*>(m_progressView)
-                    : screen == Screen::Results ? static_cast<QWidget*>(m_groupsView)
+                    : screen == Screen::Results ? static_cast<QWidget*>(m_detailView)
                                                 : static_cast<QWidget*>(m_listView);
     if (m_stack->currentWidget() == page)
         return;
@@ -153,7 +169,7 @@ void ResultViewController::startScanning()
     // The engine refuses with "Only one item detected in the selected path(s)." itself.
     if (!m_engine->startScanning(m_scanList->arrPathNodes()))
         return;
-    m_shownResult.reset();
+    m_detailView->clearResults();
     showButtonToShowDetailResult_Main(true, true);
     m_progressView->setCounters(0, 0, 0, 0);
     showScreen(Screen::Progress);
@@ -224,17 +240,19 @@ void ResultViewController::showResultDetail()
         m_handOff(std::move(result));
         return;
     }
-    m_shownResult = std::move(result);
-    m_groupsView->setGroups(m_shownResult->arrMainGroup, m_shownResult->countDup);
     showScreen(Screen::Results);
+    m_detailView->showResultDetail(std::move(result));
+    m_detailView->categoryBar()->setFocus(Qt::OtherFocusReason);
 }
 
 void ResultViewController::backToAddFolderView()
 {
     if (isScanning())
         return;
+    const bool fromResults = currentScreen() == Screen::Results;
     showScreen(Screen::ScanList);
     // The list no longer shows the groups; let them go.
-    m_groupsView->setGroups({}, 0);
-    m_shownResult.reset();
+    m_detailView->clearResults();
+    if (fromResults)
+        Q_EMIT restoreWindowSizeRequested();
 }

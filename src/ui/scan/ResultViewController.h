@@ -15,7 +15,7 @@ class ScanList;
 class ScanListView;
 class ScanProgressView;
 class Settings;
-class TemporaryGroupsView;
+class DetailResultViewController;
 struct ScanResult;
 
 // The scan view of the main window: the scan list with its drop area, the scan's progress
@@ -43,14 +43,14 @@ public:
     void setPathChooser(std::unique_ptr<PathChooser> chooser);
     // Not owned; without one, the desktop's file manager is asked over D-Bus.
     void setFileViewer(FileViewer* viewer);
-    // Without one, the groups are shown in a plain list with a Back button.
+    // Without one, the groups go to the results view in this screen.
     void setResultHandOff(ResultHandOff handOff);
 
     ScanList* scanList() const { return m_scanList; }
     ScanEngine* engine() const { return m_engine; }
     ScanListView* scanListView() const { return m_listView; }
     ScanProgressView* progressView() const { return m_progressView; }
-    TemporaryGroupsView* groupsView() const { return m_groupsView; }
+    DetailResultViewController* detailView() const { return m_detailView; }
     Screen currentScreen() const;
     bool isScanning() const;
 
@@ -61,7 +61,7 @@ public Q_SLOTS:
     void abortScanning();
     // "Show Results".
     void showResultDetail();
-    // Back to the scan list, from the end of a scan or from the results.
+    // Back to the scan list, from the end of a scan or from the results (the results go).
     void backToAddFolderView();
 
 Q_SIGNALS:
@@ -69,6 +69,8 @@ Q_SIGNALS:
     // The user chose "Go To Preferences" in an exclusion prompt.
     void goToPreferencesRequested();
     void screenChanged(ResultViewController::Screen screen);
+    // The window should take its scan-list size again (Back from the results).
+    void restoreWindowSizeRequested();
 
 private:
     void showScreen(Screen screen);
@@ -85,11 +87,11 @@ private:
     FileViewer* m_fileViewer = nullptr;
     std::unique_ptr<FileViewer> m_ownFileViewer;
     ResultHandOff m_handOff;
-    std::unique_ptr<ScanResult> m_shownResult;
 
     QStackedWidget* m_stack = nullptr;
     ScanListView* m_listView = nullptr;
     ScanProgressView* m_progressView = nullptr;
-    TemporaryGroupsView* m_groupsView = nullptr;
+    DetailResultViewController* m_detailView = nullptr;
+    std::unique_ptr<AlertPresenter> m_ownAlerts;
     QTimer* m_refreshTimer = nullptr;
 };

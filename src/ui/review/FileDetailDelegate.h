@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QStyledItemDelegate>
+
+// Draws a file's name with its folder below it in a smaller, lighter line.
+class FileDetailDelegate : public QStyledItemDelegate
+{
+    Q_OBJECT
+public:
+    // folderRole: the model role that holds the second line.
+    explicit FileDetailDelegate(int folderRole, QObject* parent = nullptr);
+
+    void paint(QPainter* painter, const QStyleOptionViewItem& option,
+               const QModelIndex& index) const override;
+    QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
+
+private:
+    int m_folderRole;
+};
