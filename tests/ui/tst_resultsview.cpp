@@ -108,10 +108,13 @@ class TestResultsView : public QObject
              {{"Pictures/cat.png", 100, 1}, {"Desk/cat.png", 100, 2}}}));
     }
 
+    // Waits until the preview shows the selected file (or is empty when none is).
     static void settle(DetailResultViewController* view)
     {
-        QTRY_VERIFY(!view->preview()->isBuilding());
-        QCoreApplication::processEvents();
+        const QModelIndex current = view->tvFileDupResult()->currentIndex();
+        const QByteArray expected =
+            current.isValid() ? view->fileModel()->fileAt(current.row())->filePath : QByteArray();
+        QTRY_COMPARE(view->preview()->shownPath(), expected);
     }
 
 private Q_SLOTS:

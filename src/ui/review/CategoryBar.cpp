@@ -22,7 +22,7 @@ CategoryBar::CategoryBar(QWidget* parent) : QWidget(parent)
 {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(12, 10, 12, 6);
-    row->setSpacing(6);
+    row->setSpacing(4);
     for (int category = -1; category < ReviewModel::kCategoryCount; ++category) {
         auto* button = new CFMButton(ReviewModel::categoryTitle(category), this);
         button->setObjectName(QLatin1String(kObjectNames[category + 1]));
@@ -32,7 +32,9 @@ CategoryBar::CategoryBar(QWidget* parent) : QWidget(parent)
         button->setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
         button->setMinimumHeight(40);
         m_buttons[size_t(category + 1)] = button;
-        row->addWidget(button, category == -1 ? 2 : 1);
+        // Widths follow the titles, so every title fits at one size when the window allows.
+        button->setMinimumWidth(40);
+        row->addWidget(button, button->sizeHint().width());
         connect(button, &CFMButton::clicked, this, [this, category] { Q_EMIT categoryClicked(category); });
     }
     setCategoryButtonColor(-1);

@@ -312,11 +312,14 @@ void DetailResultViewController::buildLayout()
         table->verticalHeader()->hide();
         table->horizontalHeader()->setHighlightSections(false);
     }
-    m_tvAllDupResult->verticalHeader()->setDefaultSectionSize(fontMetrics().height() + 12);
+    m_tvAllDupResult->setItemDelegateForColumn(
+        GroupTableModel::NameColumn,
+        new FileDetailDelegate(GroupTableModel::DescriptionRole, m_tvAllDupResult));
+    m_tvAllDupResult->setColumnHidden(GroupTableModel::ItemsColumn, true);
+    m_tvAllDupResult->setIconSize(QSize(32, 32));
+    m_tvAllDupResult->verticalHeader()->setDefaultSectionSize(fontMetrics().height() * 2 + 10);
     m_tvAllDupResult->horizontalHeader()->setSectionResizeMode(GroupTableModel::NameColumn,
                                                                QHeaderView::Stretch);
-    m_tvAllDupResult->horizontalHeader()->setSectionResizeMode(GroupTableModel::ItemsColumn,
-                                                               QHeaderView::ResizeToContents);
     m_tvAllDupResult->horizontalHeader()->setSectionResizeMode(GroupTableModel::SelectedColumn,
                                                                QHeaderView::ResizeToContents);
     m_tvFileDupResult->verticalHeader()->setDefaultSectionSize(fontMetrics().height() * 2 + 10);

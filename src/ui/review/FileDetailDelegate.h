@@ -2,7 +2,8 @@
 
 #include <QStyledItemDelegate>
 
-// Draws a file's name with its folder below it in a smaller, lighter line.
+// Draws a name with a second line below it (a file's folder, a group's size) in a smaller,
+// lighter face.
 class FileDetailDelegate : public QStyledItemDelegate
 {
     Q_OBJECT

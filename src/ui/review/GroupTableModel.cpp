@@ -56,6 +56,8 @@ QVariant GroupTableModel::data(const QModelIndex& index, int role) const
             return name.toLower();
         if (role == PathRole)
             return first->filePath;
+        if (role == DescriptionRole)
+            return data(index.siblingAtColumn(ItemsColumn));
         break;
     case ItemsColumn:
         if (role == Qt::DisplayRole)

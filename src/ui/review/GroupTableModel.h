@@ -12,7 +12,8 @@ class GroupTableModel : public QAbstractTableModel
 public:
     enum Column { NameColumn, ItemsColumn, SelectedColumn, ColumnCount };
     // RawValueRole: the value a column sorts by (name in lower case, bytes, marked count).
-    enum Role { RawValueRole = Qt::UserRole + 1, PathRole };
+    // DescriptionRole: the items line drawn under the name.
+    enum Role { RawValueRole = Qt::UserRole + 1, PathRole, DescriptionRole };
 
     explicit GroupTableModel(QObject* parent = nullptr);
 

@@ -4,6 +4,7 @@
 #include <QFileInfo>
 #include <QImageReader>
 #include <QMimeDatabase>
+#include <QPainter>
 #include <QPdfDocument>
 #include <QStringDecoder>
 
@@ -32,8 +33,14 @@ bool readPdf(const QString& path, const QSize& size, QImage& out)
     if (document.load(path) != QPdfDocument::Error::None || document.pageCount() < 1)
         return false;
     const QSize page = document.pagePointSize(0).toSize().scaled(size, Qt::KeepAspectRatio);
-    out = document.render(0, page.isEmpty() ? size : page);
-    return !out.isNull();
+    const QImage rendered = document.render(0, page.isEmpty() ? size : page);
+    if (rendered.isNull())
+        return false;
+    // Pages render on a transparent ground; paper is white.
+    out = QImage(rendered.size(), QImage::Format_RGB32);
+    out.fill(Qt::white);
+    QPainter(&out).drawImage(0, 0, rendered);
+    return true;
 }
 
 bool readText(const QString& path, QString& out)

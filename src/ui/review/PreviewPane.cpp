@@ -8,6 +8,7 @@
 #include <QLabel>
 #include <QPlainTextEdit>
 #include <QStackedWidget>
+#include <QStyle>
 #include <QVBoxLayout>
 #include <QtConcurrent/QtConcurrentRun>
 
@@ -131,6 +132,7 @@ void PreviewPane::display(const PreviewContent& content)
         QPixmap picture = QPixmap::fromImage(content.image);
         picture.setDevicePixelRatio(devicePixelRatioF());
         m_picture->setPixmap(picture);
+        m_picture->setAccessibleDescription(tr("Preview of %1").arg(QFile::decodeName(content.path)));
         m_stack->setCurrentWidget(m_picture);
         break;
     }
@@ -147,7 +149,7 @@ void PreviewPane::display(const PreviewContent& content)
         break;
     }
     case PreviewContent::Kind::Missing:
-        m_icon->setPixmap(QIcon::fromTheme(QStringLiteral("dialog-warning")).pixmap(64, 64));
+        m_icon->setPixmap(style()->standardIcon(QStyle::SP_MessageBoxWarning).pixmap(64, 64));
         m_iconText->setText(content.message);
         m_stack->setCurrentWidget(m_icon->parentWidget());
         break;
