@@ -74,6 +74,8 @@ class TestResultsView : public QObject
             for (const Spec& spec : specs) {
                 FileInfoNode n;
                 n.filePath = root.isEmpty() ? m_tree->file(spec.path, QByteArray(16, 'x')) : root + spec.path;
+                if (!QFile::exists(QFile::decodeName(n.filePath)))
+                    TestSupport::writeFile(n.filePath, QByteArray(16, 'x'));
                 n.fileSize = spec.size;
                 n.createDate = 1700000000.0 + spec.day * 86400.0;
                 n.fileCategory = FileInfoNode::categoryForPath(n.filePath, true);
@@ -366,6 +368,49 @@ private Q_SLOTS:
         QSignalSpy back(view.get(), &DetailResultViewController::backRequested);
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_Left, Qt::AltModifier);
         QCOMPARE(back.size(), 1);
+    }
+
+    // A realistic home folder (QUILLON_SHOWCASE_HOME, else one inside the test's tree), for the
+    // picture of the results view: the largest group is a photo, which previews as a picture.
+    void showcase()
+    {
+        QByteArray home = qgetenv("QUILLON_SHOWCASE_HOME");
+        if (home.isEmpty())
+            home = m_tree->dir("home/sam");
+        QImage photo(1200, 800, QImage::Format_RGB32);
+        QPainter painter(&photo);
+        QLinearGradient sky(0, 0, 0, 520);
+        sky.setColorAt(0, QColor(255, 170, 110));
+        sky.setColorAt(1, QColor(255, 225, 170));
+        painter.fillRect(0, 0, 1200, 520, sky);
+        painter.fillRect(0, 520, 1200, 280, QColor(40, 90, 140));
+        painter.setBrush(QColor(255, 240, 200));
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(QPoint(820, 470), 90, 90);
+        painter.end();
+        const QList<QByteArray> photos{"/Pictures/Holiday 2023/IMG_2041.jpg", "/Desktop/To sort/IMG_2041.jpg",
+                                       "/Backup/Phone/DCIM/IMG_2041 copy.jpg"};
+        for (const QByteArray& path : photos) {
+            QVERIFY(TestSupport::makeDir(home + path.left(path.lastIndexOf('/'))));
+            QVERIFY(photo.save(QFile::decodeName(home + path), "JPEG", 90));
+        }
+        auto result = makeResult(
+            {{{photos[0], 4812331, 3}, {photos[1], 4812331, 40}, {photos[2], 4812331, 41}},
+             {{"/Documents/Taxes/Tax return 2023.pdf", 1204551, 12},
+              {"/Downloads/Tax return 2023 (1).pdf", 1204551, 13}},
+             {{"/Music/Kind of Blue/02 Freddie Freeloader.mp3", 4321042, 5},
+              {"/Downloads/02 Freddie Freeloader.mp3", 4321042, 30}},
+             {{"/Videos/Birthday.mp4", 2883120, 8}, {"/Desktop/Birthday.mp4", 2883120, 9}},
+             {{"/Documents/Letters/Landlord.odt", 22410, 2}, {"/Backup/Landlord.odt", 22410, 2}},
+             {{"/Downloads/quillon-1.0.tar.gz", 812114, 1}, {"/Projects/quillon-1.0.tar.gz", 812114, 1}}},
+            home);
+        auto view = makeView(std::move(result));
+        view->fileModel()->toggleMark(1);
+        view->fileModel()->toggleMark(2);
+        settle(view.get());
+        QCOMPARE(int(*view->preview()->shownKind()), int(PreviewContent::Kind::Image));
+        QCOMPARE(view->lblNumMarkedFiles()->text(), QStringLiteral("2 item(s) marked 9.62 MB"));
+        saveScreen(view.get(), QStringLiteral("results-view"));
     }
 
     void revealFailureIsReported()

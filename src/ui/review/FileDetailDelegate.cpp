@@ -38,7 +38,7 @@ void FileDetailDelegate::paint(QPainter* painter, const QStyleOptionViewItem& op
     painter->setFont(small);
     painter->setPen(sub);
     painter->drawText(text.adjusted(0, half, 0, 0), Qt::AlignLeft | Qt::AlignTop,
-                      QFontMetrics(small).elidedText(folder, Qt::ElideMiddle, text.width()));
+                      QFontMetrics(small).elidedText(folder, Qt::ElideLeft, text.width()));
     painter->restore();
 }
 
