@@ -41,7 +41,13 @@ DesktopApplication::DesktopApplication(Settings& settings, std::shared_ptr<Alert
     // The results' commands sit in the menu bar before Help; their shortcuts act only while
     // the results are on screen.
     QMenuBar* bar = m_delegate->mainWindow()->menuBar();
-    bar->insertMenu(m_delegate->helpMenu()->menuAction(), m_resultView->detailView()->actions()->menu());
+    QMenu* resultsMenu = m_resultView->detailView()->actions()->menu();
+    bar->insertMenu(m_delegate->helpMenu()->menuAction(), resultsMenu);
+    resultsMenu->setEnabled(false);
+    connect(m_resultView, &ResultViewController::screenChanged, resultsMenu,
+            [resultsMenu](ResultViewController::Screen screen) {
+                resultsMenu->setEnabled(screen == ResultViewController::Screen::Results);
+            });
     connect(m_resultView, &ResultViewController::restoreWindowSizeRequested, this, [this] {
         MainWindow* window = m_delegate->mainWindow();
         if (!window->isMaximized() && !window->isFullScreen())

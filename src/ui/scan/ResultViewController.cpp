@@ -3,7 +3,6 @@
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
 #include "platform/DBusFileViewer.h"
-#include "review/CategoryBar.h"
 #include "review/DetailResultViewController.h"
 #include "scan/DragDropNotifier.h"
 #include "scan/ScanEngine.h"
@@ -12,6 +11,7 @@
 #include "scan/ScanProgressView.h"
 #include "util/AlertPresenter.h"
 #include "util/WidgetAlertPresenter.h"
+#include "widgets/CustomTableView.h"
 
 #include <QPointer>
 #include <QPushButton>
@@ -242,7 +242,9 @@ void ResultViewController::showResultDetail()
     }
     showScreen(Screen::Results);
     m_detailView->showResultDetail(std::move(result));
-    m_detailView->categoryBar()->setFocus(Qt::OtherFocusReason);
+    // The focus was on the page that just went; the groups take it, so arrows and the
+    // results' shortcuts work at once.
+    m_detailView->tvAllDupResult()->setFocus(Qt::OtherFocusReason);
 }
 
 void ResultViewController::backToAddFolderView()
