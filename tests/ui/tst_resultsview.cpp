@@ -28,7 +28,6 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
-#include <QPdfWriter>
 #include <QPushButton>
 #include <QSignalSpy>
 
@@ -249,78 +248,6 @@ private Q_SLOTS:
         QVERIFY(view->lblScanStopped()->isVisibleTo(view.get()));
         view->showResultDetail(makeResult({{{"c.txt", 10, 1}, {"d.txt", 10, 2}}}));
         QVERIFY(view->lblScanStopped()->isHidden());
-    }
-
-    void previewKinds_data()
-    {
-        QTest::addColumn<QByteArray>("name");
-        QTest::addColumn<int>("kind");
-        QTest::newRow("image") << QByteArray("photo.png") << int(PreviewContent::Kind::Image);
-        QTest::newRow("pdf") << QByteArray("paper.pdf") << int(PreviewContent::Kind::Image);
-        QTest::newRow("text") << QByteArray("notes.txt") << int(PreviewContent::Kind::Text);
-        QTest::newRow("binary") << QByteArray("blob.bin") << int(PreviewContent::Kind::Icon);
-        QTest::newRow("missing") << QByteArray("gone.png") << int(PreviewContent::Kind::Missing);
-    }
-    void previewKinds()
-    {
-        QFETCH(QByteArray, name);
-        QFETCH(int, kind);
-        const QByteArray path = m_tree->path("p/" + name);
-        QVERIFY(TestSupport::makeDir(m_tree->path("p")));
-        if (name == "photo.png") {
-            QImage image(640, 400, QImage::Format_RGB32);
-            image.fill(QColor(40, 120, 200));
-            QPainter(&image).fillRect(100, 100, 300, 150, Qt::yellow);
-            QVERIFY(image.save(QFile::decodeName(path)));
-        } else if (name == "paper.pdf") {
-            QPdfWriter writer(QFile::decodeName(path));
-            QPainter painter(&writer);
-            painter.setFont(QFont(QStringLiteral("Sans"), 28));
-            painter.drawText(QRect(0, 0, writer.width(), writer.height() / 3), Qt::AlignCenter,
-                             QStringLiteral("Quarterly report"));
-        } else if (name == "notes.txt") {
-            QVERIFY(TestSupport::writeFile(path, "Shopping list\n- bread\n- milk\n"));
-        } else if (name == "blob.bin") {
-            QVERIFY(TestSupport::writeFile(path, QByteArray("\0\1\2\3", 4)));
-        }
-        FileInfoNode node;
-        node.filePath = path;
-        node.createDate = 1700000000;
-        PreviewPane pane;
-        pane.resize(300, 420);
-        pane.show();
-        QSignalSpy shown(&pane, &PreviewPane::previewShown);
-        pane.updatePreview_MainThread(&node);
-        QTRY_COMPARE(shown.size(), 1);
-        QCOMPARE(int(*pane.shownKind()), kind);
-        QCOMPARE(pane.lblPreviewFileName()->text(), QString::fromUtf8(name));
-        QVERIFY(!pane.lblPreviewDateTime()->text().isEmpty());
-        QVERIFY(m_alerts.alerts().isEmpty());
-        saveScreen(&pane, QStringLiteral("results-preview-") + QString::fromUtf8(QTest::currentDataTag()));
-    }
-
-    // Only the latest request is shown: the one in flight is dropped when it lands, the one
-    // waiting is replaced, and nothing is left running.
-    void previewLatestWins()
-    {
-        QByteArrayList paths;
-        for (int i = 0; i < 50; ++i)
-            paths.append(
-                m_tree->file("many/" + QByteArray::number(i) + ".txt", "text " + QByteArray::number(i)));
-        PreviewPane pane;
-        QSignalSpy shown(&pane, &PreviewPane::previewShown);
-        FileInfoNode nodes[50];
-        for (int i = 0; i < 50; ++i) {
-            nodes[i].filePath = paths[i];
-            pane.updatePreview_MainThread(&nodes[i]);
-        }
-        QTRY_VERIFY(!pane.isBuilding() && shown.size() >= 1);
-        QTest::qWait(50);
-        QCOMPARE(shown.size(), 1);
-        QCOMPARE(shown.first().first().toByteArray(), paths.last());
-        QCOMPARE(pane.lblPreviewFileName()->text(), QStringLiteral("49.txt"));
-        pane.updatePreview_MainThread(nullptr);
-        QVERIFY(pane.lblPreviewFileName()->text().isEmpty() && !pane.shownKind());
     }
 
     // Tab visits every control once in order and comes back round; the shortcuts act.
