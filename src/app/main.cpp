@@ -2,16 +2,23 @@
 #include "app/Settings.h"
 
 #include <QApplication>
+#include <QFile>
+#include <QFileInfo>
+#include <QTimer>
 
 #include <cstdio>
 #include <cstring>
 
 namespace {
 
-constexpr char kHelpText[] = R"(Usage: quillon [OPTION]...
+constexpr char kHelpText[] = R"(Usage: quillon [OPTION]... [PATH]...
 Find files with identical contents and move the copies you do not need to the Trash.
 
+Each PATH (a folder, file or photo library) is added to the scan list, as when it is dropped
+on the window, with the same checks and messages.
+
 Options:
+  --scan         also start the scan of the scan list at once
   -h, --help     show this help and exit
   --version      show the version and exit
   Qt's own options (such as -platform NAME or -style NAME) are accepted too.
@@ -44,6 +51,29 @@ bool answerInformationOption(int argc, char* argv[])
     return false;
 }
 
+struct OpenRequest
+{
+    QList<QByteArray> paths;
+    bool scan = false;
+};
+
+// What is left of the command line once Qt has taken its own options.
+OpenRequest parseOpenRequest(const QStringList& arguments)
+{
+    OpenRequest request;
+    bool optionsEnded = false;
+    for (qsizetype i = 1; i < arguments.size(); ++i) {
+        const QString& argument = arguments[i];
+        if (!optionsEnded && argument == QLatin1String("--"))
+            optionsEnded = true;
+        else if (!optionsEnded && argument == QLatin1String("--scan"))
+            request.scan = true;
+        else if (!argument.isEmpty())
+            request.paths.append(QFile::encodeName(QFileInfo(argument).absoluteFilePath()));
+    }
+    return request;
+}
+
 } // namespace
 
 int main(int argc, char* argv[])
@@ -60,5 +90,9 @@ int main(int argc, char* argv[])
 
     DesktopApplication quillon(Settings::standard());
     quillon.show();
+    const OpenRequest request = parseOpenRequest(QCoreApplication::arguments());
+    if (!request.paths.isEmpty() || request.scan)
+        QTimer::singleShot(0, &quillon,
+                           [&quillon, request] { quillon.openPaths(request.paths, request.scan); });
     return app.exec();
 }

@@ -7,6 +7,8 @@
 #include "app/Settings.h"
 #include "preferences/TamExcludeViewController.h"
 #include "preferences/TamPreferencesWindowController.h"
+#include "review/DetailResultViewController.h"
+#include "review/ResultsActions.h"
 #include "scan/ResultViewController.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanList.h"
@@ -17,6 +19,8 @@
 
 #include <QAction>
 #include <QFile>
+#include <QMenu>
+#include <QSignalSpy>
 
 // The application as main() puts it together: the scan view inside the main window, the
 // preferences window behind the menu and the exclusion prompt, the menu following the scan.
@@ -91,11 +95,12 @@ private Q_SLOTS:
         for (int i = 0; i < 3; ++i)
             m_tree->file("copies/copy" + QByteArray::number(i) + ".bin", big);
         m_tree->settings().setValue(Settings::kMinimumFileSize, 0);
-        m_app->resultView()->scanList()->addPathInArrayToScan(m_tree->path("copies"));
+        QMenu* results = m_app->resultView()->detailView()->actions()->menu();
+        QVERIFY(!results->isEnabled());
 
+        // As "quillon --scan PATH" does.
         QAction* prefs = m_app->delegate()->preferencesAction();
-        QSignalSpy scanning(m_app->resultView(), &ResultViewController::scanningChanged);
-        m_app->resultView()->startScanning();
+        m_app->openPaths({m_tree->path("copies")}, true);
         QVERIFY(AppGlobals::canOpenPreferences.load());
         QVERIFY(!prefs->isEnabled());
         QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Scan in progress, please wait..."));
@@ -108,9 +113,19 @@ private Q_SLOTS:
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-finished"));
         m_app->resultView()->showResultDetail();
         QVERIFY(m_app->delegate()->statusText().isEmpty());
+        QVERIFY(results->isEnabled());
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-results"));
-        m_app->resultView()->backToAddFolderView();
+        m_app->delegate()->mainWindow()->resize(1200, 820);
+        m_app->resultView()->detailView()->actions()->back()->trigger();
         QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Select folder to scan"));
+        QCOMPARE(m_app->delegate()->mainWindow()->size(), QSize(990, 680));
+        QVERIFY(!results->isEnabled());
+
+        // A path given again meets the same check as a drop.
+        m_app->openPaths({m_tree->path("copies")}, false);
+        QTRY_VERIFY(!m_alerts->alerts().isEmpty());
+        QCOMPARE(m_alerts->alerts().constLast().informativeText,
+                 QStringLiteral("Item(s) already present in scan list"));
     }
 
 private:

@@ -20,9 +20,10 @@ public:
     bool showItems(const QList<QByteArray>& paths) override
     {
         calls.append(paths);
-        return true;
+        return answer;
     }
     QList<QList<QByteArray>> calls;
+    bool answer = true;
 };
 
 // A file manager on a private bus: answers, fails or never answers.
@@ -165,6 +166,38 @@ private Q_SLOTS:
         if (mode >= 0)
             QCOMPARE(manager.received,
                      QList<QStringList>({{"file:///data/caf%E9%201.jpg", "file:///data/Album"}}));
+    }
+
+    // When neither the file manager nor the fallback shows the items, the caller hears so once,
+    // at once without a bus, after the answer on one.
+    void failureIsReported_data()
+    {
+        QTest::addColumn<int>("mode");
+        QTest::newRow("no session bus") << int(FakeFileManager::NoBus);
+        QTest::newRow("file manager fails") << int(FakeFileManager::Fail);
+    }
+    void failureIsReported()
+    {
+        QFETCH(int, mode);
+        const bool onBus = mode != FakeFileManager::NoBus;
+        if (onBus && m_address.isEmpty())
+            QSKIP("no private D-Bus daemon");
+        FakeFileManager manager;
+        manager.mode = FakeFileManager::Mode(mode);
+        QDBusConnection service = onBus ? connect() : QDBusConnection(QString());
+        const auto disconnect = qScopeGuard([&] { QDBusConnection::disconnectFromBus(service.name()); });
+        if (onBus)
+            QVERIFY(service.registerObject(QStringLiteral("/org/freedesktop/FileManager1"), &manager,
+                                           QDBusConnection::ExportAllSlots) &&
+                    service.registerService(QStringLiteral("org.freedesktop.FileManager1")));
+        auto fallback = std::make_unique<RecordingViewer>();
+        fallback->answer = false;
+        DBusFileViewer viewer(onBus ? connect() : QDBusConnection::sessionBus(), std::move(fallback));
+        int failures = 0;
+        QCOMPARE(viewer.showItemsReportingFailure({"/data/a.jpg"}, [&failures] { ++failures; }), onBus);
+        QTRY_COMPARE(failures, 1);
+        QTest::qWait(20);
+        QCOMPARE(failures, 1);
     }
 };
 

@@ -3,9 +3,12 @@
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
 #include "platform/FileViewer.h"
+#include "review/DetailResultViewController.h"
+#include "review/FileTableModel.h"
+#include "review/GroupTableModel.h"
+#include "review/ReviewModel.h"
 #include "scan/DragDropBox.h"
 #include "scan/ElidedLabel.h"
-#include "scan/GroupsTreeModel.h"
 #include "scan/PathChooser.h"
 #include "scan/ResultViewController.h"
 #include "scan/ScanEngine.h"
@@ -16,7 +19,6 @@
 #include "scan/ScanOptions.h"
 #include "scan/ScanProgressView.h"
 #include "scan/SkippedItemsDialog.h"
-#include "scan/TemporaryGroupsView.h"
 #include "support/RecordingFileViewer.h"
 #include "support/Screenshots.h"
 #include "support/TestMain.h"
@@ -246,25 +248,28 @@ private Q_SLOTS:
         // The hand-off keeps only the group with copies.
         QTest::mouseClick(progress->showResultsButton(), Qt::LeftButton);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::Results);
-        GroupsTreeModel* groups = view->groupsView()->model();
-        QAbstractItemModelTester tester(groups, QAbstractItemModelTester::FailureReportingMode::QtTest);
-        QCOMPARE(groups->rowCount(), 1);
-        const QModelIndex group = groups->index(0, GroupsTreeModel::NameColumn);
-        QCOMPARE(groups->index(0, GroupsTreeModel::CountColumn).data().toString(),
-                 QStringLiteral("3 copies"));
-        QCOMPARE(groups->index(0, GroupsTreeModel::SizeColumn).data().toString(), QStringLiteral("2.05 KB"));
+        DetailResultViewController* results = view->detailView();
+        QAbstractItemModelTester tester(results->groupModel(),
+                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QCOMPARE(results->groupModel()->rowCount(), 1);
+        QCOMPARE(results->groupModel()->index(0, GroupTableModel::ItemsColumn).data().toString(),
+                 QStringLiteral("3 items, 6.14 KB"));
         QStringList members;
-        for (int i = 0; i < groups->rowCount(group); ++i)
-            members.append(groups->index(i, GroupsTreeModel::PathColumn, group).data().toString());
+        for (int i = 0; i < results->fileModel()->rowCount(); ++i)
+            members.append(QString::fromUtf8(results->fileModel()->fileAt(i)->filePath));
         members.sort();
         QCOMPARE(members, copies);
-        QCOMPARE(view->groupsView()->summaryLabel()->text(),
-                 QStringLiteral("1 group \u00b7 2 duplicates \u00b7 4.10 KB to reclaim"));
-        saveScreen(view.get(), QStringLiteral("scan-results-temporary"));
+        QCOMPARE(results->lblDupCount()->text(),
+                 QStringLiteral("All Categories: 2 duplicates found of 4.10 KB"));
+        QVERIFY(results->lblScanStopped()->isHidden());
+        saveScreen(view.get(), QStringLiteral("scan-results"));
 
-        QTest::mouseClick(view->groupsView()->backButton(), Qt::LeftButton);
+        QSignalSpy restore(view.get(), &ResultViewController::restoreWindowSizeRequested);
+        QTest::mouseClick(results->btnBack(), Qt::LeftButton);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
-        QCOMPARE(groups->rowCount(), 0);
+        QCOMPARE(restore.count(), 1);
+        QCOMPARE(results->groupModel()->rowCount(), 0);
+        QVERIFY(!results->result());
     }
 
     // Files of 2 KB, one per byte of contents.

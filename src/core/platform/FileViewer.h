@@ -13,6 +13,15 @@ public:
     virtual ~FileViewer() = default;
     // False when the request could not be made at all (nothing to show, no viewer to run).
     virtual bool showItems(const QList<QByteArray>& paths) = 0;
+    // The same, and onFailure runs (perhaps later, on this thread) when the items could not be
+    // shown by any means, so the user can be told instead of seeing nothing happen.
+    virtual bool showItemsReportingFailure(const QList<QByteArray>& paths, std::function<void()> onFailure)
+    {
+        const bool started = showItems(paths);
+        if (!started && onFailure)
+            onFailure();
+        return started;
+    }
 };
 
 // Opens each item's containing folder with xdg-open (macOS: "open -R" selects the items).

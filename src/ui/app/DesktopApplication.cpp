@@ -6,9 +6,19 @@
 #include "app/MainWindow.h"
 #include "preferences/PreferencesWindowFactory.h"
 #include "preferences/TamPreferencesWindowController.h"
+#include "review/DetailResultViewController.h"
+#include "review/ResultsActions.h"
 #include "scan/ResultViewController.h"
 #include "scan/ScanList.h"
 #include "util/WidgetAlertPresenter.h"
+
+#include <QMenu>
+#include <QMenuBar>
+
+namespace {
+constexpr int kMainWindowWidth = 990;
+constexpr int kMainWindowHeight = 680;
+} // namespace
 
 DesktopApplication::DesktopApplication(Settings& settings, std::shared_ptr<AlertPresenter> alerts,
                                        QObject* parent)
@@ -30,6 +40,21 @@ DesktopApplication::DesktopApplication(Settings& settings, std::shared_ptr<Alert
     // The header says where the user is: choosing, scanning, done, or looking at groups.
     connect(m_resultView, &ResultViewController::scanningChanged, this, [this](bool) { updateStatusText(); });
     connect(m_resultView, &ResultViewController::screenChanged, this, [this](auto) { updateStatusText(); });
+    // The results' commands sit in the menu bar before Help; their shortcuts act only while
+    // the results are on screen.
+    QMenuBar* bar = m_delegate->mainWindow()->menuBar();
+    QMenu* resultsMenu = m_resultView->detailView()->actions()->menu();
+    bar->insertMenu(m_delegate->helpMenu()->menuAction(), resultsMenu);
+    resultsMenu->setEnabled(false);
+    connect(m_resultView, &ResultViewController::screenChanged, resultsMenu,
+            [resultsMenu](ResultViewController::Screen screen) {
+                resultsMenu->setEnabled(screen == ResultViewController::Screen::Results);
+            });
+    connect(m_resultView, &ResultViewController::restoreWindowSizeRequested, this, [this] {
+        MainWindow* window = m_delegate->mainWindow();
+        if (!window->isMaximized() && !window->isFullScreen())
+            window->resize(kMainWindowWidth, kMainWindowHeight);
+    });
     connect(m_resultView, &ResultViewController::goToPreferencesRequested, m_delegate.get(),
             &AppDelegate::openPrefernces);
 
@@ -68,4 +93,12 @@ void DesktopApplication::updateStatusText()
 void DesktopApplication::show()
 {
     m_delegate->mainWindow()->show();
+}
+
+void DesktopApplication::openPaths(const QList<QByteArray>& paths, bool scan)
+{
+    if (!paths.isEmpty())
+        m_resultView->scanList()->handleFileDragDropNotification(paths);
+    if (scan)
+        m_resultView->startScanning();
 }

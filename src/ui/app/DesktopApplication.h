@@ -1,5 +1,7 @@
 #pragma once
 
+#include <QByteArray>
+#include <QList>
 #include <QObject>
 #include <memory>
 
@@ -26,6 +28,9 @@ public:
     AlertPresenter* alerts() const { return m_alerts.get(); }
 
     void show();
+    // Paths from the command line join the scan list as dropped items do (same checks and
+    // messages); with scan set the scan then starts.
+    void openPaths(const QList<QByteArray>& paths, bool scan);
 
 private:
     void updateStatusText();

@@ -43,24 +43,39 @@ bool DBusFileViewer::fallBack(const QList<QByteArray>& paths, const QString& rea
 
 bool DBusFileViewer::showItems(const QList<QByteArray>& paths)
 {
+    return showItemsReportingFailure(paths, {});
+}
+
+bool DBusFileViewer::showItemsReportingFailure(const QList<QByteArray>& paths,
+                                               std::function<void()> onFailure)
+{
     const QStringList uris = itemUris(paths);
-    if (uris.isEmpty())
+    if (uris.isEmpty()) {
+        if (onFailure)
+            onFailure();
         return false;
+    }
     // No question whether the service is registered: the call itself tells.
-    if (!m_connection.isConnected())
-        return fallBack(paths, QStringLiteral("no session bus"));
+    if (!m_connection.isConnected()) {
+        const bool started = fallBack(paths, QStringLiteral("no session bus"));
+        if (!started && onFailure)
+            onFailure();
+        return started;
+    }
 
     QDBusMessage call =
         QDBusMessage::createMethodCall(kService, kObjectPath, kInterface, QStringLiteral("ShowItems"));
     call << uris << QString();
     auto* watcher = new QDBusPendingCallWatcher(m_connection.asyncCall(call, kTimeoutMs), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, paths](QDBusPendingCallWatcher* w) {
-        w->deleteLater();
-        if (w->isError()) {
-            fallBack(paths, w->error().message());
-            return;
-        }
-        Q_EMIT requestFinished(true);
-    });
+    connect(watcher, &QDBusPendingCallWatcher::finished, this,
+            [this, paths, onFailure](QDBusPendingCallWatcher* w) {
+                w->deleteLater();
+                if (w->isError()) {
+                    if (!fallBack(paths, w->error().message()) && onFailure)
+                        onFailure();
+                    return;
+                }
+                Q_EMIT requestFinished(true);
+            });
     return true;
 }

@@ -22,6 +22,8 @@ public:
 
     // True when the request was sent (or handed to the fallback, which started).
     bool showItems(const QList<QByteArray>& paths) override;
+    // When the file manager fails later and the fallback cannot start either, onFailure runs.
+    bool showItemsReportingFailure(const QList<QByteArray>& paths, std::function<void()> onFailure) override;
 
     // file:// URIs made from the paths' bytes, so names that are not UTF-8 reach the file manager.
     static QStringList itemUris(const QList<QByteArray>& paths);

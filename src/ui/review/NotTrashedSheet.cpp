@@ -41,7 +41,7 @@ NotTrashedSheet::NotTrashedSheet(FileViewer& viewer, QWidget* parent) : QDialog(
     m_table->setColumnWidth(NotTrashedTableModel::Reveal, 70);
     auto* delegate = new RevealButtonDelegate(m_table);
     m_table->setItemDelegateForColumn(NotTrashedTableModel::Reveal, delegate);
-    connect(delegate, &RevealButtonDelegate::revealClicked, this,
+    connect(delegate, &RevealButtonDelegate::revealRequested, this,
             &NotTrashedSheet::revealNotDeletedFileInFinder);
     // Enter on a row (or a double click) shows it too, so the keyboard reaches every file.
     connect(m_table, &QTableView::activated, this,

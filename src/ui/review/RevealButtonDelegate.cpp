@@ -3,49 +3,46 @@
 #include <QApplication>
 #include <QMouseEvent>
 #include <QPainter>
-#include <QStyleOptionButton>
 
-QRect RevealButtonDelegate::buttonRect(const QRect& cell)
+namespace {
+QRect buttonRect(const QRect& cell)
 {
-    return cell.adjusted(4, 2, -4, -2);
+    const int side = qMin(cell.height() - 8, 24);
+    QRect r(0, 0, side, side);
+    r.moveCenter(cell.center());
+    return r;
 }
+} // namespace
 
 void RevealButtonDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const
 {
-    QStyleOptionViewItem base = option;
-    initStyleOption(&base, index);
-    const QString text = base.text;
-    base.text.clear();
+    QStyledItemDelegate::paint(painter, option, index);
     const QWidget* widget = option.widget;
     QStyle* style = widget ? widget->style() : QApplication::style();
-    style->drawControl(QStyle::CE_ItemViewItem, &base, painter, widget);
-
-    QStyleOptionButton button;
+    QStyleOptionToolButton button;
     button.rect = buttonRect(option.rect);
-    button.text = text;
-    button.state = QStyle::State_Enabled | QStyle::State_Raised;
+    button.state = QStyle::State_Enabled | QStyle::State_Raised | QStyle::State_AutoRaise;
+    button.icon = style->standardIcon(QStyle::SP_DirOpenIcon);
+    button.iconSize = button.rect.size() - QSize(6, 6);
+    button.toolButtonStyle = Qt::ToolButtonIconOnly;
     button.palette = option.palette;
-    button.fontMetrics = option.fontMetrics;
-    style->drawControl(QStyle::CE_PushButton, &button, painter, widget);
+    style->drawComplexControl(QStyle::CC_ToolButton, &button, painter, widget);
 }
 
-QSize RevealButtonDelegate::sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const
+QSize RevealButtonDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const
 {
-    const QSize text = option.fontMetrics.size(Qt::TextSingleLine, index.data().toString());
-    return QSize(text.width() + 32, text.height() + 12);
+    return {32, 24};
 }
 
-bool RevealButtonDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
-                                       const QStyleOptionViewItem& option, const QModelIndex& index)
+bool RevealButtonDelegate::editorEvent(QEvent* event, QAbstractItemModel*, const QStyleOptionViewItem& option,
+                                       const QModelIndex& index)
 {
-    if (event->type() == QEvent::MouseButtonRelease) {
-        auto* mouse = static_cast<QMouseEvent*>(event);
-        if (mouse->button() == Qt::LeftButton &&
-            buttonRect(option.rect).contains(mouse->position().toPoint())) {
-            Q_EMIT revealClicked(index.row());
-            return true;
-        }
-    }
-    return QStyledItemDelegate::editorEvent(event, model, option, index);
+    if (event->type() != QEvent::MouseButtonRelease)
+        return false;
+    auto* mouse = static_cast<QMouseEvent*>(event);
+    if (mouse->button() != Qt::LeftButton || !buttonRect(option.rect).contains(mouse->position().toPoint()))
+        return false;
+    Q_EMIT revealRequested(index.row());
+    return true;
 }

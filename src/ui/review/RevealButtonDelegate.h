@@ -2,8 +2,7 @@
 
 #include <QStyledItemDelegate>
 
-// Paints a push button with the cell's text and reports a click on it (one delegate for all
-// rows, no widget per row).
+// A small button in a table cell that asks to show the row's file in the file manager.
 class RevealButtonDelegate : public QStyledItemDelegate
 {
     Q_OBJECT
@@ -16,9 +15,6 @@ public:
     bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
                      const QModelIndex& index) override;
 
-    // The button inside a cell.
-    static QRect buttonRect(const QRect& cell);
-
 Q_SIGNALS:
-    void revealClicked(int row);
+    void revealRequested(int row);
 };

@@ -3,14 +3,19 @@
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
 #include "platform/DBusFileViewer.h"
+#include "platform/Trash.h"
+#include "review/DetailResultViewController.h"
+#include "review/PhotosAlbum.h"
+#include "review/TrashSheetsController.h"
 #include "scan/DragDropNotifier.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanList.h"
 #include "scan/ScanListView.h"
 #include "scan/ScanProgressView.h"
 #include "scan/SkippedItemsDialog.h"
-#include "scan/TemporaryGroupsView.h"
 #include "util/AlertPresenter.h"
+#include "util/WidgetAlertPresenter.h"
+#include "widgets/CustomTableView.h"
 
 #include <QPointer>
 #include <QPushButton>
@@ -30,9 +35,42 @@ public:
         FileViewer* viewer = m_target();
         return viewer && viewer->showItems(paths);
     }
+    bool showItemsReportingFailure(const QList<QByteArray>& paths, std::function<void()> onFailure) override
+    {
+        FileViewer* viewer = m_target();
+        if (viewer)
+            return viewer->showItemsReportingFailure(paths, std::move(onFailure));
+        if (onFailure)
+            onFailure();
+        return false;
+    }
 
 private:
     std::function<FileViewer*()> m_target;
+};
+
+// Forwards to the injected Trash, or to the system's, made on first use.
+class ForwardingTrash : public TrashInterface
+{
+public:
+    explicit ForwardingTrash(TrashInterface** injected) : m_injected(injected) {}
+    TrashOutcome moveToTrash(const QByteArray& path) override { return target().moveToTrash(path); }
+    PutBackOutcome putBack(const TrashOutcome& item, const QByteArray& originalPath) override
+    {
+        return target().putBack(item, originalPath);
+    }
+
+private:
+    TrashInterface& target()
+    {
+        if (*m_injected)
+            return **m_injected;
+        if (!m_system)
+            m_system = createSystemTrash();
+        return *m_system;
+    }
+    TrashInterface** m_injected;
+    std::unique_ptr<TrashInterface> m_system;
 };
 
 } // namespace
@@ -54,10 +92,19 @@ ResultViewController::ResultViewController(Settings& settings, AlertPresenter* a
     m_listView = new ScanListView(m_scanList, m_stack);
     m_listView->setAlertPresenter(alerts);
     m_progressView = new ScanProgressView(m_stack);
-    m_groupsView = new TemporaryGroupsView(m_stack);
+    if (!alerts) {
+        m_ownAlerts = std::make_unique<WidgetAlertPresenter>(this);
+        alerts = m_ownAlerts.get();
+    }
+    m_detailView = new DetailResultViewController(settings, *alerts, m_stack);
+    m_detailView->setFileViewer(m_ownFileViewer.get());
+    m_ownTrash = std::make_unique<ForwardingTrash>(&m_trash);
+    m_album = std::make_unique<PhotosAlbum>(AppGlobals::photosAlbumName);
+    m_trashSheets = new TrashSheetsController(*m_detailView->review(), settings, *m_ownTrash, *m_album,
+                                              *m_ownFileViewer, *alerts, this);
     m_stack->addWidget(m_listView);
     m_stack->addWidget(m_progressView);
-    m_stack->addWidget(m_groupsView);
+    m_stack->addWidget(m_detailView);
 
     m_refreshTimer = new QTimer(this);
     m_refreshTimer->setInterval(kRefreshIntervalMs);
@@ -73,7 +120,11 @@ ResultViewController::ResultViewController(Settings& settings, AlertPresenter* a
             &ResultViewController::showResultDetail);
     connect(m_progressView, &ScanProgressView::skippedItemsRequested, this,
             &ResultViewController::showSkippedItems);
-    connect(m_groupsView, &TemporaryGroupsView::backRequested, this,
+    connect(m_detailView, &DetailResultViewController::backRequested, this,
+            &ResultViewController::backToAddFolderView);
+    connect(m_detailView, &DetailResultViewController::trashRequested, this,
+            [this] { m_trashSheets->removeSelectedItems(window()); });
+    connect(m_trashSheets, &TrashSheetsController::backToMainView, this,
             &ResultViewController::backToAddFolderView);
     connect(m_engine, &ScanEngine::finished, this, &ResultViewController::onScanFinished);
     connect(m_scanList, &ScanList::goToPreferencesRequested, this,
@@ -89,6 +140,11 @@ ResultViewController::~ResultViewController()
     // The engine's destructor stops and joins a running scan; do it before the views go.
     delete m_engine;
     m_engine = nullptr;
+}
+
+void ResultViewController::setTrash(TrashInterface* trash)
+{
+    m_trash = trash;
 }
 
 void ResultViewController::setPathChooser(std::unique_ptr<PathChooser> chooser)
@@ -120,7 +176,7 @@ ResultViewController::Screen ResultViewController::currentScreen() const
 {
     if (m_stack->currentWidget() == m_progressView)
         return Screen::Progress;
-    if (m_stack->currentWidget() == m_groupsView)
+    if (m_stack->currentWidget() == m_detailView)
         return Screen::Results;
     return Screen::ScanList;
 }
@@ -133,7 +189,7 @@ bool ResultViewController::isScanning() const
 void ResultViewController::showScreen(Screen screen)
 {
     QWidget* page = screen == Screen::Progress  ? static_cast<QWidget*>(m_progressView)
-                    : screen == Screen::Results ? static_cast<QWidget*>(m_groupsView)
+                    : screen == Screen::Results ? static_cast<QWidget*>(m_detailView)
                                                 : static_cast<QWidget*>(m_listView);
     if (m_stack->currentWidget() == page)
         return;
@@ -156,7 +212,7 @@ void ResultViewController::startScanning()
     // The engine refuses with "Only one item detected in the selected path(s)." itself.
     if (!m_engine->startScanning(m_scanList->arrPathNodes()))
         return;
-    m_shownResult.reset();
+    m_detailView->clearResults();
     showButtonToShowDetailResult_Main(true, true);
     m_progressView->setCounters(0, 0, 0, 0);
     showScreen(Screen::Progress);
@@ -248,17 +304,21 @@ void ResultViewController::showResultDetail()
         m_handOff(std::move(result));
         return;
     }
-    m_shownResult = std::move(result);
-    m_groupsView->setGroups(m_shownResult->arrMainGroup, m_shownResult->countDup);
     showScreen(Screen::Results);
+    m_detailView->showResultDetail(std::move(result));
+    // The focus was on the page that just went; the groups take it, so arrows and the
+    // results' shortcuts work at once.
+    m_detailView->tvAllDupResult()->setFocus(Qt::OtherFocusReason);
 }
 
 void ResultViewController::backToAddFolderView()
 {
     if (isScanning())
         return;
+    const bool fromResults = currentScreen() == Screen::Results;
     showScreen(Screen::ScanList);
     // The list no longer shows the groups; let them go.
-    m_groupsView->setGroups({}, 0);
-    m_shownResult.reset();
+    m_detailView->clearResults();
+    if (fromResults)
+        Q_EMIT restoreWindowSizeRequested();
 }

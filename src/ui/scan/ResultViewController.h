@@ -8,6 +8,9 @@
 
 class AlertPresenter;
 class FileViewer;
+class PhotosAlbumInterface;
+class TrashInterface;
+class TrashSheetsController;
 class QStackedWidget;
 class QTimer;
 class ScanEngine;
@@ -15,7 +18,7 @@ class ScanList;
 class ScanListView;
 class ScanProgressView;
 class Settings;
-class TemporaryGroupsView;
+class DetailResultViewController;
 struct ScanResult;
 
 // The scan view of the main window: the scan list with its drop area, the scan's progress
@@ -43,14 +46,16 @@ public:
     void setPathChooser(std::unique_ptr<PathChooser> chooser);
     // Not owned; without one, the desktop's file manager is asked over D-Bus.
     void setFileViewer(FileViewer* viewer);
-    // Without one, the groups are shown in a plain list with a Back button.
+    // The Trash that marked files go to; the system's when none is set (tests set their own).
+    void setTrash(TrashInterface* trash);
+    // Without one, the groups go to the results view in this screen.
     void setResultHandOff(ResultHandOff handOff);
 
     ScanList* scanList() const { return m_scanList; }
     ScanEngine* engine() const { return m_engine; }
     ScanListView* scanListView() const { return m_listView; }
     ScanProgressView* progressView() const { return m_progressView; }
-    TemporaryGroupsView* groupsView() const { return m_groupsView; }
+    DetailResultViewController* detailView() const { return m_detailView; }
     Screen currentScreen() const;
     bool isScanning() const;
 
@@ -63,7 +68,7 @@ public Q_SLOTS:
     void showResultDetail();
     // Lists the items the last scan could not read, in a window-modal dialog.
     void showSkippedItems();
-    // Back to the scan list, from the end of a scan or from the results.
+    // Back to the scan list, from the end of a scan or from the results (the results go).
     void backToAddFolderView();
 
 Q_SIGNALS:
@@ -71,6 +76,8 @@ Q_SIGNALS:
     // The user chose "Go To Preferences" in an exclusion prompt.
     void goToPreferencesRequested();
     void screenChanged(ResultViewController::Screen screen);
+    // The window should take its scan-list size again (Back from the results).
+    void restoreWindowSizeRequested();
 
 private:
     void showScreen(Screen screen);
@@ -86,12 +93,16 @@ private:
     std::unique_ptr<PathChooser> m_chooser;
     FileViewer* m_fileViewer = nullptr;
     std::unique_ptr<FileViewer> m_ownFileViewer;
+    TrashInterface* m_trash = nullptr;
+    std::unique_ptr<TrashInterface> m_ownTrash;
+    std::unique_ptr<PhotosAlbumInterface> m_album;
+    TrashSheetsController* m_trashSheets = nullptr;
     ResultHandOff m_handOff;
-    std::unique_ptr<ScanResult> m_shownResult;
 
     QStackedWidget* m_stack = nullptr;
     ScanListView* m_listView = nullptr;
     ScanProgressView* m_progressView = nullptr;
-    TemporaryGroupsView* m_groupsView = nullptr;
+    DetailResultViewController* m_detailView = nullptr;
+    std::unique_ptr<AlertPresenter> m_ownAlerts;
     QTimer* m_refreshTimer = nullptr;
 };

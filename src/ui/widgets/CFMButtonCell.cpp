@@ -3,6 +3,7 @@
 #include "widgets/ColorExtensions.h"
 
 #include <QFont>
+#include <QFontMetricsF>
 #include <QLinearGradient>
 #include <QPainter>
 #include <QPainterPath>
@@ -96,6 +97,15 @@ QRectF CFMButtonCell::drawTitle(QPainter& painter, const QString& title, const Q
     QFont face = font;
     if (m_textFontSize > 0)
         face.setPixelSize(m_textFontSize);
+    if (m_isLightFont)
+        face.setWeight(QFont::Light);
+    if (m_isBoldFont)
+        face.setBold(true);
+    // A title wider than a narrow window's button shrinks rather than being cut off.
+    const qreal room = frame.width() - 2 * (m_roundedRadius / 2 + m_outerWidth + 4);
+    const qreal wide = QFontMetricsF(face).horizontalAdvance(title);
+    if (wide > room && room > 0 && face.pixelSize() > 0)
+        face.setPixelSize(qMax(10, int(face.pixelSize() * room / wide)));
     painter.setFont(face);
     painter.setPen(enabled ? getEnableButtonTextColor() : getDisableButtonTextColor());
     QRectF used;

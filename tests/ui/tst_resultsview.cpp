@@ -1,0 +1,355 @@
+#include <QApplication>
+
+#include "app/Settings.h"
+#include "model/ScanResult.h"
+#include "platform/FileViewer.h"
+#include "review/AutoMarkPanel.h"
+#include "review/CategoryBar.h"
+#include "review/DetailResultViewController.h"
+#include "review/FileTableModel.h"
+#include "review/GroupTableModel.h"
+#include "review/PreviewPane.h"
+#include "review/ResultsActions.h"
+#include "review/ReviewModel.h"
+#include "review/SortPopup.h"
+#include "support/Screenshots.h"
+#include "support/TestMain.h"
+#include "support/TestTree.h"
+#include "util/AlertPresenter.h"
+#include "widgets/CFMButton.h"
+#include "widgets/CustomTableView.h"
+#include "widgets/IMGButton.h"
+
+#include <QAbstractItemModelTester>
+#include <QAction>
+#include <QButtonGroup>
+#include <QCheckBox>
+#include <QImage>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPainter>
+#include <QPushButton>
+#include <QSignalSpy>
+
+namespace {
+
+// Fails every request, as when neither the file manager nor the fallback can start.
+class FailingFileViewer : public FileViewer
+{
+public:
+    bool showItems(const QList<QByteArray>& paths) override
+    {
+        asked += paths;
+        return false;
+    }
+    QList<QByteArray> asked;
+};
+
+struct Spec
+{
+    QByteArray path; // below the tree's root
+    quint64 size;
+    int day;
+};
+
+const QSize kScreenSize(990, 620);
+
+} // namespace
+
+class TestResultsView : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TestSupport::TestTree> m_tree;
+    ScriptedAlertPresenter m_alerts;
+    FailingFileViewer m_viewer;
+
+    // Groups of files written below the tree (contents need not match: the view trusts the scan).
+    std::unique_ptr<ScanResult> makeResult(const QList<QList<Spec>>& groups, const QByteArray& root = {})
+    {
+        auto result = std::make_unique<ScanResult>();
+        for (const QList<Spec>& specs : groups) {
+            DuplicateGroup* group = result->addGroup();
+            for (const Spec& spec : specs) {
+                FileInfoNode n;
+                n.filePath = root.isEmpty() ? m_tree->file(spec.path, QByteArray(16, 'x')) : root + spec.path;
+                if (!QFile::exists(QFile::decodeName(n.filePath)))
+                    TestSupport::writeFile(n.filePath, QByteArray(16, 'x'));
+                n.fileSize = spec.size;
+                n.createDate = 1700000000.0 + spec.day * 86400.0;
+                n.fileCategory = FileInfoNode::categoryForPath(n.filePath, true);
+                FileInfoNode* node = result->addNode(std::move(n));
+                node->parent = group;
+                group->children.push_back(node);
+                group->filteredChildren.push_back(node);
+                group->groupSize += spec.size;
+                result->countDup += group->children.size() > 1 ? 1 : 0;
+            }
+        }
+        return result;
+    }
+
+    std::unique_ptr<DetailResultViewController> makeView(std::unique_ptr<ScanResult> result)
+    {
+        auto view = std::make_unique<DetailResultViewController>(m_tree->settings(), m_alerts);
+        view->setFileViewer(&m_viewer);
+        view->resize(kScreenSize);
+        view->show();
+        view->showResultDetail(std::move(result));
+        return view;
+    }
+
+    // Two image groups, a document group of three and a music pair.
+    std::unique_ptr<DetailResultViewController> standardView()
+    {
+        return makeView(makeResult(
+            {{{"Pictures/beach.jpg", 4000, 1}, {"Backup/beach copy.jpg", 4000, 2}},
+             {{"Docs/report.pdf", 9000, 3}, {"Mail/report.pdf", 9000, 1}, {"Old/report (1).pdf", 9000, 2}},
+             {{"Music/song.mp3", 3000, 1}, {"Backup/song.mp3", 3000, 1}},
+             {{"Pictures/cat.png", 100, 1}, {"Desk/cat.png", 100, 2}}}));
+    }
+
+    // Waits until the preview shows the selected file (or is empty when none is).
+    static void settle(DetailResultViewController* view)
+    {
+        const QModelIndex current = view->tvFileDupResult()->currentIndex();
+        const QByteArray expected =
+            current.isValid() ? view->fileModel()->fileAt(current.row())->filePath : QByteArray();
+        QTRY_COMPARE(view->preview()->shownPath(), expected);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_tree = std::make_unique<TestSupport::TestTree>();
+        QVERIFY(m_tree->isValid());
+        m_alerts.clear();
+        m_viewer.asked.clear();
+    }
+
+    // Largest groups first; the group rows describe the first file, the file rows each file,
+    // and a mark shows on the group row at once.
+    void modelsShowGroupsAndFiles()
+    {
+        auto view = standardView();
+        QAbstractItemModelTester groupsTester(view->groupModel(),
+                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QAbstractItemModelTester filesTester(view->fileModel(),
+                                             QAbstractItemModelTester::FailureReportingMode::QtTest);
+        GroupTableModel* groups = view->groupModel();
+        QCOMPARE(groups->rowCount(), 4);
+        QCOMPARE(groups->index(0, GroupTableModel::NameColumn).data().toString(),
+                 QStringLiteral("report.pdf"));
+        QCOMPARE(groups->index(0, GroupTableModel::ItemsColumn).data().toString(),
+                 QStringLiteral("3 items, 27.00 KB"));
+        QCOMPARE(
+            groups->index(3, GroupTableModel::ItemsColumn).data(GroupTableModel::RawValueRole).toULongLong(),
+            200u);
+
+        FileTableModel* files = view->fileModel();
+        QCOMPARE(files->rowCount(), 3);
+        QCOMPARE(view->tvFileDupResult()->currentIndex().row(), 0);
+        const QModelIndex detail = files->index(1, FileTableModel::DetailColumn);
+        QCOMPARE(detail.data().toString(), QStringLiteral("report.pdf"));
+        QCOMPARE(detail.data(FileTableModel::FolderRole).toString(), QString::fromUtf8(m_tree->path("Mail")));
+        QCOMPARE(files->index(1, FileTableModel::SizeColumn).data().toString(), QStringLiteral("9.00 KB"));
+
+        QVERIFY(
+            files->setData(files->index(1, FileTableModel::StateColumn), Qt::Checked, Qt::CheckStateRole));
+        QCOMPARE(files->index(1, FileTableModel::StateColumn).data(Qt::CheckStateRole).toInt(),
+                 int(Qt::Checked));
+        QCOMPARE(groups->index(0, GroupTableModel::SelectedColumn).data().toString(),
+                 QStringLiteral("1 of 3 selected"));
+        QCOMPARE(view->lblNumMarkedFiles()->text(), QStringLiteral("1 item(s) marked 9.00 KB"));
+        QVERIFY(view->btnTrash()->isEnabled() && view->btnDeselectAll()->isEnabled());
+        settle(view.get());
+        saveScreen(view.get(), QStringLiteral("results-marked"));
+
+        // Another group drives the file table and the preview.
+        view->tvAllDupResult()->setCurrentIndex(groups->index(2, 0));
+        QCOMPARE(files->rowCount(), 2);
+        QCOMPARE(view->preview()->lblPreviewFileName()->text(),
+                 files->index(0, FileTableModel::DetailColumn).data().toString());
+        QTRY_COMPARE(view->preview()->shownPath(), files->fileAt(0)->filePath);
+    }
+
+    void categoriesSearchAndCleaning()
+    {
+        auto view = standardView();
+        settle(view.get());
+        saveScreen(view.get(), QStringLiteral("results-all"));
+        view->categoryBar()->button(CategoryImages)->click();
+        QCOMPARE(view->groupModel()->rowCount(), 2);
+        QCOMPARE(view->lblDupCount()->text(), QStringLiteral("Images: 2 duplicate(s) found 4.10 KB"));
+        QCOMPARE(view->categoryBar()->highlighted(), int(CategoryImages));
+        settle(view.get());
+        saveScreen(view.get(), QStringLiteral("results-images"));
+
+        view->categoryBar()->button(CategoryVideos)->click();
+        QCOMPARE(m_alerts.alerts().size(), 1);
+        QCOMPARE(m_alerts.alerts().first().messageText, QStringLiteral("Oops! No duplicate videos found"));
+        QCOMPARE(view->categoryBar()->highlighted(), int(CategoryImages));
+        QCOMPARE(view->groupModel()->rowCount(), 2);
+
+        view->searchTextField()->setText(QStringLiteral("  CAT "));
+        QTRY_COMPARE(view->groupModel()->rowCount(), 1);
+        QCOMPARE(view->groupModel()->index(0, 0).data().toString(), QStringLiteral("cat.png"));
+        settle(view.get());
+        saveScreen(view.get(), QStringLiteral("results-search"));
+
+        // Choosing the category again drops the search; then its groups go to the Trash
+        view->categoryBar()->button(CategoryImages)->click();
+        QCOMPARE(view->groupModel()->rowCount(), 2);
+        // The shown image groups leave the Trash: the category is cleaned out, others remain.
+        for (DuplicateGroup* group : view->review()->arrGroups()) {
+            group->children.resize(1);
+            group->filteredChildren.resize(1);
+        }
+        view->review()->addObjectsToGroupArray();
+        QCOMPARE(view->groupModel()->rowCount(), 0);
+        QVERIFY(view->lblSelectedCatIssue()->isVisibleTo(view.get()));
+        QCOMPARE(view->lblSelectedCatIssue()->text(),
+                 QStringLiteral("All duplicates in this category have been cleaned"));
+        QCOMPARE(view->lblDupCount()->text(), QStringLiteral("There are no duplicates in this category"));
+        QVERIFY(!view->btnAutoSelect()->isEnabled());
+        QVERIFY(view->preview()->lblPreviewFileName()->text().isEmpty());
+        saveScreen(view.get(), QStringLiteral("results-category-cleaned"));
+    }
+
+    void autoMarkPanelAndSortPopup()
+    {
+        auto view = standardView();
+        view->btnAutoSelect()->click();
+        AutoMarkPanel* panel = view->windowAutoMark();
+        QVERIFY(panel && panel->isVisible());
+        saveScreen(panel, QStringLiteral("results-automark-panel"));
+        panel->doNotShowCheckBox()->click();
+        QVERIFY(m_tree->settings().doNotShowAutoMarkDialog());
+        panel->continueButton()->click();
+        QCOMPARE(view->review()->countMarked(), 5);
+        QCOMPARE(view->groupModel()->index(0, GroupTableModel::SelectedColumn).data().toString(),
+                 QStringLiteral("2 of 3 selected"));
+
+        // Name order, ascending: both check marks move.
+        view->popupForSorting()->item(2)->trigger();
+        view->popupForSorting()->item(6)->trigger();
+        QVERIFY(view->popupForSorting()->item(2)->isChecked() &&
+                view->popupForSorting()->item(6)->isChecked());
+        QVERIFY(!view->popupForSorting()->item(0)->isChecked() &&
+                !view->popupForSorting()->item(7)->isChecked());
+        QCOMPARE(view->groupModel()->index(0, 0).data().toString(), QStringLiteral("beach.jpg"));
+    }
+
+    void stoppedScanSaysSo()
+    {
+        auto result = makeResult({{{"a.txt", 10, 1}, {"b.txt", 10, 2}}});
+        result->aborted = true;
+        auto view = makeView(std::move(result));
+        QVERIFY(view->lblScanStopped()->isVisibleTo(view.get()));
+        view->showResultDetail(makeResult({{{"c.txt", 10, 1}, {"d.txt", 10, 2}}}));
+        QVERIFY(view->lblScanStopped()->isHidden());
+    }
+
+    // Tab visits every control once in order and comes back round; the shortcuts act.
+    void keyboard()
+    {
+        m_tree->settings().setDoNotShowAutoMarkDialog(true);
+        auto view = standardView();
+        QVERIFY(QTest::qWaitForWindowActive(view.get()));
+        const QList<QWidget*> chain = view->focusChain();
+        chain.first()->setFocus(Qt::TabFocusReason);
+        for (int i = 1; i <= chain.size(); ++i) {
+            QTest::keyClick(QApplication::focusWidget(), Qt::Key_Tab);
+            QWidget* expected = chain[i % chain.size()];
+            // Disabled controls are passed over.
+            while (!expected->isEnabled())
+                expected = chain[++i % chain.size()];
+            QVERIFY2(
+                QApplication::focusWidget() == expected,
+                qPrintable(
+                    QStringLiteral("step %1: %2").arg(i).arg(QApplication::focusWidget()->objectName())));
+        }
+        for (QWidget* control : chain)
+            QVERIFY2(!control->accessibleName().isEmpty(), control->metaObject()->className());
+
+        QTest::keyClick(view.get(), Qt::Key_2, Qt::ControlModifier);
+        QCOMPARE(view->review()->selectedCategoryIndex(), int(CategoryImages));
+        QTest::keyClick(view.get(), Qt::Key_0, Qt::ControlModifier);
+        QCOMPARE(view->review()->selectedCategoryIndex(), ReviewModel::kAllCategories);
+        QTest::keyClick(view.get(), Qt::Key_F, Qt::ControlModifier);
+        QCOMPARE(QApplication::focusWidget(), view->searchTextField());
+        // Space types into the search field; in the file table it marks.
+        QTest::keyClick(view->searchTextField(), Qt::Key_Space);
+        QCOMPARE(view->review()->countMarked(), 0);
+        view->tvFileDupResult()->setFocus();
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_Down);
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_Space);
+        QCOMPARE(view->fileModel()->fileAt(1)->state, 1);
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
+        QCOMPARE(view->review()->countMarked(), 0);
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_M, Qt::ControlModifier);
+        QCOMPARE(view->review()->countMarked(), 5);
+        QSignalSpy trash(view.get(), &DetailResultViewController::trashRequested);
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_Delete);
+        QCOMPARE(trash.size(), 1);
+        QSignalSpy back(view.get(), &DetailResultViewController::backRequested);
+        QTest::keyClick(view->tvFileDupResult(), Qt::Key_Left, Qt::AltModifier);
+        QCOMPARE(back.size(), 1);
+    }
+
+    // A realistic home folder (QUILLON_SHOWCASE_HOME, else one inside the test's tree), for the
+    // picture of the results view: the largest group is a photo, which previews as a picture.
+    void showcase()
+    {
+        QByteArray home = qgetenv("QUILLON_SHOWCASE_HOME");
+        if (home.isEmpty())
+            home = m_tree->dir("home/sam");
+        QImage photo(1200, 800, QImage::Format_RGB32);
+        QPainter painter(&photo);
+        QLinearGradient sky(0, 0, 0, 520);
+        sky.setColorAt(0, QColor(255, 170, 110));
+        sky.setColorAt(1, QColor(255, 225, 170));
+        painter.fillRect(0, 0, 1200, 520, sky);
+        painter.fillRect(0, 520, 1200, 280, QColor(40, 90, 140));
+        painter.setBrush(QColor(255, 240, 200));
+        painter.setPen(Qt::NoPen);
+        painter.drawEllipse(QPoint(820, 470), 90, 90);
+        painter.end();
+        const QList<QByteArray> photos{"/Pictures/Holiday 2023/IMG_2041.jpg", "/Desktop/To sort/IMG_2041.jpg",
+                                       "/Backup/Phone/DCIM/IMG_2041 copy.jpg"};
+        for (const QByteArray& path : photos) {
+            QVERIFY(TestSupport::makeDir(home + path.left(path.lastIndexOf('/'))));
+            QVERIFY(photo.save(QFile::decodeName(home + path), "JPEG", 90));
+        }
+        auto result = makeResult(
+            {{{photos[0], 4812331, 3}, {photos[1], 4812331, 40}, {photos[2], 4812331, 41}},
+             {{"/Documents/Taxes/Tax return 2023.pdf", 1204551, 12},
+              {"/Downloads/Tax return 2023 (1).pdf", 1204551, 13}},
+             {{"/Music/Kind of Blue/02 Freddie Freeloader.mp3", 4321042, 5},
+              {"/Downloads/02 Freddie Freeloader.mp3", 4321042, 30}},
+             {{"/Videos/Birthday.mp4", 2883120, 8}, {"/Desktop/Birthday.mp4", 2883120, 9}},
+             {{"/Documents/Letters/Landlord.odt", 22410, 2}, {"/Backup/Landlord.odt", 22410, 2}},
+             {{"/Downloads/quillon-1.0.tar.gz", 812114, 1}, {"/Projects/quillon-1.0.tar.gz", 812114, 1}}},
+            home);
+        auto view = makeView(std::move(result));
+        view->fileModel()->toggleMark(1);
+        view->fileModel()->toggleMark(2);
+        settle(view.get());
+        QCOMPARE(int(*view->preview()->shownKind()), int(PreviewContent::Kind::Image));
+        QCOMPARE(view->lblNumMarkedFiles()->text(), QStringLiteral("2 item(s) marked 9.62 MB"));
+        saveScreen(view.get(), QStringLiteral("results-view"));
+    }
+
+    void revealFailureIsReported()
+    {
+        auto view = standardView();
+        view->actions()->showInFileManager()->trigger();
+        QCOMPARE(m_viewer.asked, QList<QByteArray>{view->fileModel()->fileAt(0)->filePath});
+        QCOMPARE(m_alerts.alerts().size(), 1);
+        QCOMPARE(m_alerts.alerts().first().messageText,
+                 QStringLiteral("The file could not be shown in the file manager."));
+    }
+};
+
+QUILLON_GUI_TEST_MAIN(TestResultsView)
+#include "tst_resultsview.moc"
