@@ -9,6 +9,7 @@
 #include "preferences/TamPreferencesWindowController.h"
 #include "review/DetailResultViewController.h"
 #include "review/ResultsActions.h"
+#include "review/ReviewModel.h"
 #include "scan/ResultViewController.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanList.h"
@@ -18,6 +19,7 @@
 #include "util/AlertPresenter.h"
 
 #include <QAction>
+#include <QDir>
 #include <QFile>
 #include <QMenu>
 #include <QSignalSpy>
@@ -115,6 +117,18 @@ private Q_SLOTS:
         QVERIFY(m_app->delegate()->statusText().isEmpty());
         QVERIFY(results->isEnabled());
         saveScreen(m_app->delegate()->mainWindow(), QStringLiteral("app-results"));
+
+        // Delete moves the marked copies through the proof into this test's own Trash; one stays.
+        m_tree->settings().setValue(Settings::kDoNotShowConfirmationDialogOnTrash, true);
+        m_app->resultView()->detailView()->review()->autoMarkAll(KeepRule::Oldest, false);
+        m_app->resultView()->detailView()->actions()->moveToTrash()->trigger();
+        const QDir trash(qEnvironmentVariable("XDG_DATA_HOME") + QStringLiteral("/Trash/files"));
+        QTRY_COMPARE_WITH_TIMEOUT(trash.entryList(QDir::Files).size(), 2, 10000);
+        int left = 0;
+        for (int i = 0; i < 3; ++i)
+            left += QFile::exists(
+                QString::fromUtf8(m_tree->path("copies/copy" + QByteArray::number(i) + ".bin")));
+        QCOMPARE(left, 1);
         m_app->delegate()->mainWindow()->resize(1200, 820);
         m_app->resultView()->detailView()->actions()->back()->trigger();
         QCOMPARE(m_app->delegate()->statusText(), QStringLiteral("Select folder to scan"));
