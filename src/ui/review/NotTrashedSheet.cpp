@@ -38,7 +38,7 @@ NotTrashedSheet::NotTrashedSheet(FileViewer& viewer, QWidget* parent) : QDialog(
     m_table->horizontalHeader()->setSectionResizeMode(NotTrashedTableModel::Reason, QHeaderView::Interactive);
     m_table->horizontalHeader()->setSectionResizeMode(NotTrashedTableModel::Reveal, QHeaderView::Fixed);
     m_table->setColumnWidth(NotTrashedTableModel::Reason, 170);
-    m_table->setColumnWidth(NotTrashedTableModel::Reveal, 70);
+    m_table->setColumnWidth(NotTrashedTableModel::Reveal, 40);
     auto* delegate = new RevealButtonDelegate(m_table);
     m_table->setItemDelegateForColumn(NotTrashedTableModel::Reveal, delegate);
     connect(delegate, &RevealButtonDelegate::revealRequested, this,

@@ -40,7 +40,8 @@ QVariant NotTrashedTableModel::data(const QModelIndex& index, int role) const
             return path;
         if (index.column() == Reason)
             return file.reason;
-        return tr("Show");
+        return {}; // the delegate draws the reveal button
+
     case Qt::ToolTipRole:
         return index.column() == Reveal ? tr("Show %1 in the file manager").arg(path) : path;
     case Qt::AccessibleTextRole:
