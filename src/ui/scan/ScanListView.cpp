@@ -42,6 +42,7 @@ ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m
     layout->addLayout(titleRow);
 
     m_table = new ScanListTableView(this);
+    m_table->setAccessibleName(tr("Scan list"));
     // Tab leaves the table for the next control instead of walking its cells.
     m_table->setTabKeyNavigation(false);
     m_model = new ScanListModel(list, this);
