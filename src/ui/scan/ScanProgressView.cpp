@@ -159,6 +159,8 @@ void ScanProgressView::showFinished(bool hasGroups)
     m_back->show();
     m_showResults->show();
     m_showResults->setEnabled(hasGroups);
+    // The Stop button had the focus and is now hidden: Return goes on to the next step.
+    (hasGroups ? m_showResults : m_back)->setFocus(Qt::OtherFocusReason);
     m_currentFile->hide();
     m_busy->setRange(0, 1);
     m_busy->setValue(1);
