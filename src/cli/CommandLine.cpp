@@ -289,8 +289,9 @@ EXIT STATUS
     3    the scan completed, but some items could not be read, or some marked files were
          not moved
     130  interrupted (SIGINT); the groups found so far are printed and the digests
-         computed so far are stored in the cache. During --trash the run stops after the
-         current file, and what was moved is listed and summed up
+         computed so far are stored in the cache; an interrupted scan marks and moves
+         nothing. During --trash the moves stop after the current file, and every outcome
+         and the summary are still printed
 
 ENVIRONMENT
     QUILLON_SCAN_LOG
