@@ -1,128 +1,23 @@
+#include "ScanCliFixture.h"
 #include "support/TestMain.h"
-#include "support/TestTree.h"
 
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QProcess>
-#include <QSettings>
-#include <QTemporaryDir>
-#include <QUrl>
 
 #include <csignal>
-#include <fcntl.h>
-#include <filesystem>
-#include <memory>
 #include <sys/stat.h>
 #include <unistd.h>
 
-namespace {
-
-struct Run
-{
-    int exitCode = -1;
-    QByteArray out;
-    QByteArray err;
-};
-
-} // namespace
-
-class TestQuillonScan : public QObject
+class TestQuillonScan : public QObject, ScanCliFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<QTemporaryDir> m_dir;
-
-    QByteArray root() const { return QFile::encodeName(m_dir->path()); }
-    QByteArray p(const QByteArray& relative) const { return root() + "/tree/" + relative; }
-    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
-    {
-        const QByteArray path = p(relative);
-        if (!TestSupport::writeFile(path, contents))
-            qWarning("cannot write %s", path.constData());
-        return path;
-    }
-    QByteArray defaultCache() const { return root() + "/home/.cache/Quillon.db"; }
-
-    QProcessEnvironment environment() const
-    {
-        QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-        const QString home = m_dir->filePath(QStringLiteral("home"));
-        env.insert(QStringLiteral("HOME"), home);
-        env.insert(QStringLiteral("XDG_CONFIG_HOME"), home + QStringLiteral("/.config"));
-        env.insert(QStringLiteral("XDG_CACHE_HOME"), home + QStringLiteral("/.cache"));
-        env.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/.local/share"));
-        env.remove(QStringLiteral("QUILLON_SCAN_LOG"));
-        return env;
-    }
-
-    // The user's settings as the scanner reads them.
-    std::unique_ptr<QSettings> userSettings() const
-    {
-        return std::make_unique<QSettings>(
-            m_dir->filePath(QStringLiteral("home/.config/Quillon/Quillon.conf")), QSettings::IniFormat);
-    }
-
-    QStringList m_wrapper; // a command that runs quillon-scan, when set
-
-    void startProcess(QProcess& process, const QList<QByteArray>& args, bool withLog = false) const
-    {
-        QProcessEnvironment env = environment();
-        if (withLog)
-            env.insert(QStringLiteral("QUILLON_SCAN_LOG"), QStringLiteral("1"));
-        process.setProcessEnvironment(env);
-        QStringList list = m_wrapper;
-        process.setProgram(list.isEmpty() ? QStringLiteral(QUILLON_SCAN_BINARY) : list.takeFirst());
-        if (!m_wrapper.isEmpty())
-            list << QStringLiteral(QUILLON_SCAN_BINARY);
-        // Arguments travel as bytes: a name that is not UTF-8 is given as the file system has it.
-        for (const QByteArray& a : args)
-            list << QFile::decodeName(a);
-        process.setArguments(list);
-        process.start();
-    }
-
-    Run run(const QList<QByteArray>& args) const
-    {
-        QProcess process;
-        startProcess(process, args);
-        Run r;
-        if (!process.waitForFinished(120000))
-            return r;
-        r.exitCode = process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1;
-        r.out = process.readAllStandardOutput();
-        r.err = process.readAllStandardError();
-        return r;
-    }
-
-    QJsonObject runJson(const QList<QByteArray>& args) const
-    {
-        const Run r = run(QList<QByteArray>{"--json", "--quiet"} + args);
-        if (r.exitCode != 0)
-            qWarning("exit %d: %s", r.exitCode, r.err.constData());
-        return QJsonDocument::fromJson(r.out).object();
-    }
-
 private Q_SLOTS:
-    void cleanup()
-    {
-        // Names that are not UTF-8 need removal by their bytes.
-        std::error_code ignored;
-        std::filesystem::remove_all(std::filesystem::path(root().toStdString()), ignored);
-        m_dir.reset();
-    }
-
-    void init()
-    {
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_dir->isValid());
-        QDir().mkpath(m_dir->filePath(QStringLiteral("home/.cache")));
-        auto settings = userSettings();
-        settings->setValue(QStringLiteral("minimumFileSize"), 0);
-        settings->setValue(QStringLiteral("excludedFolders"), QStringList());
-    }
+    void init() { QVERIFY(makeTree()); }
+    void cleanup() { removeTree(); }
 
     void textOutput()
     {
@@ -331,96 +226,6 @@ private Q_SLOTS:
 
         QCOMPARE(runJson({p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
         QCOMPARE(TestSupport::cacheRows(defaultCache()), 2);
-    }
-
-    QByteArray trashed(const QByteArray& name) const { return root() + "/home/.local/share/Trash/" + name; }
-
-    // The keep rule decides which file stays: z is made a second before (oldest) or after
-    // (newest) a and m. The dry run moves nothing; --trash moves a and m into the Trash.
-    void keepAndTrash_data()
-    {
-        QTest::addColumn<QByteArray>("keep");
-        QTest::newRow("oldest") << QByteArray("oldest");
-        QTest::newRow("newest") << QByteArray("newest");
-    }
-    void keepAndTrash()
-    {
-        QFETCH(QByteArray, keep);
-        const QByteArray same(300, 's');
-        // Creation dates count in whole seconds.
-        if (keep == "oldest") {
-            file("k/z", same);
-            QThread::msleep(1100);
-        }
-        file("k/a", same);
-        file("k/m", same);
-        if (keep == "newest") {
-            QThread::msleep(1100);
-            file("k/z", same);
-        }
-
-        const Run dry = run({"--quiet", "--keep", keep, p("k")});
-        QCOMPARE(dry.exitCode, 0);
-        QCOMPARE(dry.out,
-                 "would move: " + p("k/a") + "\nwould move: " + p("k/m") + "\nkept: " + p("k/z") + '\n');
-        QVERIFY2(dry.err.contains("Would move to the Trash: 2 files, 600 bytes"), dry.err.constData());
-        QVERIFY(QFile::exists(QFile::decodeName(p("k/a"))) && QFile::exists(QFile::decodeName(p("k/m"))));
-        QVERIFY(!QFile::exists(QFile::decodeName(trashed(""))));
-
-        const Run moved = run({"--json", "--quiet", "--keep", keep, "--trash", p("k")});
-        QCOMPARE(moved.exitCode, 0);
-        const QJsonObject json = QJsonDocument::fromJson(moved.out).object();
-        const QJsonObject group = json.value(QStringLiteral("groups")).toArray().first().toObject();
-        QCOMPARE(group.value(QStringLiteral("outcomes")).toArray(),
-                 QJsonArray({QStringLiteral("moved"), QStringLiteral("moved"), QStringLiteral("kept")}));
-        QCOMPARE(json.value(QStringLiteral("trash")).toObject().value(QStringLiteral("movedBytes")).toInt(),
-                 600);
-        QVERIFY2(moved.err.contains("Moved to the Trash: 2 files, 600 bytes recovered"),
-                 moved.err.constData());
-        QVERIFY(QFile::exists(QFile::decodeName(p("k/z"))));
-        for (const QByteArray name : {"a", "m"}) {
-            QVERIFY(!QFile::exists(QFile::decodeName(p("k/" + name))));
-            QFile moved(QFile::decodeName(trashed("files/" + name)));
-            QVERIFY(moved.open(QIODevice::ReadOnly));
-            QCOMPARE(moved.readAll(), same);
-            QFile info(QFile::decodeName(trashed("info/" + name + ".trashinfo")));
-            QVERIFY(info.open(QIODevice::ReadOnly));
-            QVERIFY(info.readAll().contains("Path=" +
-                                            QUrl::toPercentEncoding(QFile::decodeName(p("k/" + name)), "/")));
-        }
-    }
-
-    // A cache row left stale by an edit that kept the modification time groups two different
-    // files: the byte comparison refuses the move, the file stays and the exit status is 3.
-    void proofKeepsAChangedFile()
-    {
-        const QByteArray a = file("c/a", "same bytes");
-        const QByteArray b = file("c/b", "same bytes");
-        const QByteArray own = root() + "/own.db";
-        QCOMPARE(runJson({"--cache", own, p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
-        struct stat before;
-        QVERIFY(::stat(b.constData(), &before) == 0);
-        QVERIFY(TestSupport::writeFile(b, "diff bytes"));
-        const struct timespec times[2] = {before.st_atim, before.st_mtim};
-        QVERIFY(::utimensat(AT_FDCWD, b.constData(), times, 0) == 0);
-
-        const Run r = run({"--json", "--quiet", "--cache", own, "--keep", "oldest", "--trash", p("c")});
-        QCOMPARE(r.exitCode, 3);
-        const QJsonArray outcomes = QJsonDocument::fromJson(r.out)
-                                        .object()
-                                        .value(QStringLiteral("groups"))
-                                        .toArray()
-                                        .first()
-                                        .toObject()
-                                        .value(QStringLiteral("outcomes"))
-                                        .toArray();
-        const QString reason = QStringLiteral("contents differ from the kept copy");
-        QVERIFY2(outcomes.contains(QJsonObject{{QStringLiteral("notMoved"), reason}}), r.out.constData());
-        QVERIFY2(r.err.contains("': " + reason.toUtf8()) && r.err.contains("Not moved: 1 file\n"),
-                 r.err.constData());
-        QVERIFY(QFile::exists(QFile::decodeName(a)) && QFile::exists(QFile::decodeName(b)));
-        QVERIFY(!QFile::exists(QFile::decodeName(trashed("files"))) ||
-                QDir(QFile::decodeName(trashed("files"))).isEmpty());
     }
 
     void interruptedBySigint()
