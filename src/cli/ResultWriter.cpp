@@ -277,6 +277,9 @@ QByteArray ResultWriter::summary(const TrashCommand& trash)
     QByteArray out = "Moved to the Trash: " + files(quint64(trash.countMoved())) + ", " +
                      CommonFuncs::getSizeInUnits(trash.sizeMoved()).toUtf8() + " recovered\n";
     if (!trash.notMoved().empty())
-        out += "Not moved: " + files(trash.notMoved().size()) + '\n';
+        out += "Not moved: " + files(trash.notMoved().size()) +
+               (trash.countStopped()
+                    ? ", " + QByteArray::number(trash.countStopped()) + " not reached after the stop\n"
+                    : QByteArray("\n"));
     return out;
 }

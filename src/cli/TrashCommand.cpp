@@ -54,6 +54,7 @@ void TrashCommand::move(TrashInterface& trash, PhotosAlbumInterface& album,
 
     m_countMoved = 0;
     m_sizeMoved = 0;
+    m_countStopped = 0;
     m_notMoved.clear();
     for (const DuplicateGroup* group : m_groups) {
         for (const FileInfoNode* node : group->filteredChildren) {
@@ -66,13 +67,14 @@ void TrashCommand::move(TrashInterface& trash, PhotosAlbumInterface& album,
                 // did not reach the album.
                 outcome.kind = FileOutcome::Kind::NotMoved;
                 outcome.reason =
-                    run.wasStopped() ? QStringLiteral("stopped before it was moved")
+                    run.wasStopped() ? kStoppedReason
                     : node->isPhotosNode
                         ? QStringLiteral("not added to the album \"%1\"").arg(AppGlobals::photosAlbumName)
                         : QStringLiteral("not moved");
             }
             if (outcome.kind == FileOutcome::Kind::NotMoved) {
                 m_notMoved.emplace_back(node, outcome.reason);
+                m_countStopped += outcome.reason == kStoppedReason;
             } else {
                 ++m_countMoved;
                 m_sizeMoved += node->fileSize;

@@ -47,8 +47,11 @@ public:
     quint64 sizeOfMarkedFiles() const { return m_sizeOfMarkedFiles; }
     int countMoved() const { return m_countMoved; }
     quint64 sizeMoved() const { return m_sizeMoved; }
+    // The reason of the marked files that a stopped run did not reach.
+    static inline const QString kStoppedReason = QStringLiteral("stopped before it was moved");
     // The marked files that stayed, in the order the run met them.
     const std::vector<std::pair<const FileInfoNode*, QString>>& notMoved() const { return m_notMoved; }
+    int countStopped() const { return m_countStopped; }
 
 private:
     KeepRule m_keep;
@@ -60,5 +63,6 @@ private:
     quint64 m_sizeOfMarkedFiles = 0;
     int m_countMoved = 0;
     quint64 m_sizeMoved = 0;
+    int m_countStopped = 0;
     std::vector<std::pair<const FileInfoNode*, QString>> m_notMoved;
 };

@@ -211,8 +211,10 @@ int main(int argc, char** argv)
     for (const SkippedItem& item : result->skipped)
         error(QStringLiteral("cannot read '%1': %2").arg(PathUtils::toDisplay(item.path), item.reason));
     if (trash) {
+        // Files a stop left unreached are only counted in the summary.
         for (const auto& [node, reason] : trash->notMoved())
-            error(QStringLiteral("not moved '%1': %2").arg(PathUtils::toDisplay(node->filePath), reason));
+            if (reason != TrashCommand::kStoppedReason)
+                error(QStringLiteral("not moved '%1': %2").arg(PathUtils::toDisplay(node->filePath), reason));
     }
     writeAll(stderr, ResultWriter::summary(*result));
     if (trash)
