@@ -142,6 +142,14 @@ std::optional<CommandLine> CommandLine::parse(int argc, char** argv, QString& er
                 return std::nullopt;
             }
             excludes << QString::fromUtf8(absolutePath(value));
+        } else if (arg == "--trash") {
+            cl.trash = true;
+        } else if (takeValue(arg, "--keep", i, argc, argv, value, missing)) {
+            if (missing || (value != "oldest" && value != "newest")) {
+                error = QStringLiteral("option --keep needs 'oldest' or 'newest'");
+                return std::nullopt;
+            }
+            cl.keep = value == "oldest" ? KeepRule::Oldest : KeepRule::Newest;
         } else if (takeValue(arg, "--cache", i, argc, argv, value, missing)) {
             if (missing || value.isEmpty()) {
                 error = QStringLiteral("option --cache needs a file");
@@ -163,6 +171,10 @@ std::optional<CommandLine> CommandLine::parse(int argc, char** argv, QString& er
         error = QStringLiteral("--cache and --no-cache cannot be used together");
         return std::nullopt;
     }
+    if (cl.trash && !cl.keep) {
+        error = QStringLiteral("--trash needs --keep oldest or --keep newest");
+        return std::nullopt;
+    }
     if (noExclude)
         cl.excludedFolders = QStringList();
     else if (!excludes.isEmpty())
@@ -181,6 +193,7 @@ QString CommandLine::helpText()
 
 SYNOPSIS
     quillon-scan [options] PATH...
+    quillon-scan --keep oldest|newest [--trash] [options] PATH...
 
 DESCRIPTION
     Scans the given folders and files, groups them by exact byte size, then by the MD5
@@ -193,7 +206,8 @@ DESCRIPTION
     A file reached by more than one path (hard links, bind mounts, a folder given twice)
     counts once: the first path met makes the record, later ones are listed as reached again.
     Digests are kept in Quillon's cache database, so a file whose path, modification date
-    and size are unchanged is not read again on the next scan. Nothing is deleted or changed.
+    and size are unchanged is not read again on the next scan. Nothing is moved unless
+    --trash is given, and nothing is ever deleted.
 
 OPTIONS
     --min-size SIZE
@@ -215,6 +229,19 @@ OPTIONS
     --no-cache
         Neither read nor write a cache database: every candidate file is read.
 
+    --keep oldest|newest
+        Mark every member of every group but one, as Quillon's automatic marking does:
+        "oldest" keeps the file created first, "newest" the one created last (library
+        copies are ordered by the "autoMarkPhotos" preference). Without --trash this is a
+        dry run: each path is listed with what would become of it and nothing is moved.
+
+    --trash
+        With --keep: move the marked files to the Trash (files of an iPhoto library to its
+        own trash). Immediately before a file is moved it is checked again: it must still be
+        the file that was scanned, and its bytes must equal those of the copy that stays.
+        A file that fails is left where it is and listed with the reason. Files can be put
+        back from the Trash with the file manager. Ctrl-C stops after the current file.
+
     --json
         Print the result as one JSON object instead of text.
 
@@ -234,6 +261,12 @@ OUTPUT
     standard error: the files scanned and their size, the duplicates and the space that
     removing them would free.
 
+    With --keep, each path line starts with what became of the file: "kept: PATH",
+    "would move: PATH" (dry run), "moved: PATH" or "not moved (REASON): PATH"; the path
+    is everything after the first ": ". The summary adds the files moved and the space
+    recovered (or, in a dry run, what would be moved), and each file not moved is said on
+    standard error: "quillon-scan: not moved 'PATH': REASON".
+
     Each item that could not be read (permission denied, vanished, changed during the scan)
     is said on standard error: "quillon-scan: cannot read 'PATH': REASON".
 
@@ -243,14 +276,22 @@ OUTPUT
     the later paths that reached the same file. A path that is valid UTF-8 is a JSON
     string; any other path is an object {"base64": "..."} holding its bytes in base64.
 
+    With --keep, each group also has "outcomes", one per path in the order of "paths":
+    "kept", "would move", "moved", "in album" (a Photos item collected into the album
+    "Duplicate Marked Photos") or {"notMoved": "REASON"}; and the object ends with "trash":
+    {"keep", "dryRun", "marked", "markedBytes", "moved", "movedBytes", "notMoved"}.
+
 EXIT STATUS
     0    the scan completed
     1    fatal error (memory ran out); the scan ended early
     2    bad usage, a path that does not exist, or nothing to compare ("Only one item
          detected in the selected path(s).")
-    3    the scan completed, but some items could not be read
+    3    the scan completed, but some items could not be read, or some marked files were
+         not moved
     130  interrupted (SIGINT); the groups found so far are printed and the digests
-         computed so far are stored in the cache
+         computed so far are stored in the cache; an interrupted scan marks and moves
+         nothing. During --trash the moves stop after the current file, and every outcome
+         and the summary are still printed
 
 ENVIRONMENT
     QUILLON_SCAN_LOG
@@ -260,6 +301,9 @@ FILES
     $XDG_CACHE_HOME/Quillon.db (default ~/.cache/Quillon.db)
         the cache database
     $XDG_CONFIG_HOME/Quillon/Quillon.conf (default ~/.config/Quillon/Quillon.conf)
-        Quillon's preferences: "minimumFileSize", "fileSizeUnit", "excludedFolders"
+        Quillon's preferences: "minimumFileSize", "fileSizeUnit", "excludedFolders",
+        "autoMarkPhotos"
+    $XDG_DATA_HOME/Trash (default ~/.local/share/Trash)
+        the Trash of the home volume; files on other volumes go to that volume's Trash
 )");
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "review/ReviewMarking.h"
+
 #include <QByteArray>
 #include <QList>
 #include <QString>
@@ -15,6 +17,8 @@ struct CommandLine
     std::optional<QStringList> excludedFolders;
     std::optional<QByteArray> cacheFile;
     bool noCache = false;
+    std::optional<KeepRule> keep; // --keep: mark all but one member of every group
+    bool trash = false;           // --trash: move the marked files (only with --keep)
     bool json = false;
     bool quiet = false;
     bool help = false;

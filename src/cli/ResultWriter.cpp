@@ -1,5 +1,6 @@
 #include "ResultWriter.h"
 
+#include "TrashCommand.h"
 #include "model/ScanResult.h"
 #include "util/CommonFuncs.h"
 
@@ -11,8 +12,38 @@ namespace {
 
 quint64 reclaimable(const DuplicateGroup& group)
 {
-    // Keeping one member frees the rest.
-    return group.groupSize - group.children.front()->fileSize;
+    // Keeping one member frees the rest. Counted from the members, not groupSize, which a
+    // Trash run reduces: the order stays that of the scan.
+    return group.children.front()->fileSize * (group.children.size() - 1);
+}
+
+QByteArray outcomeLabel(const FileOutcome& outcome)
+{
+    switch (outcome.kind) {
+    case FileOutcome::Kind::Kept:
+        return "kept";
+    case FileOutcome::Kind::WouldMove:
+        return "would move";
+    case FileOutcome::Kind::Moved:
+        return "moved";
+    case FileOutcome::Kind::InAlbum:
+        return "in album";
+    case FileOutcome::Kind::NotMoved:
+        break;
+    }
+    return "not moved";
+}
+
+QByteArray outcomeJson(const FileOutcome& outcome)
+{
+    if (outcome.kind == FileOutcome::Kind::NotMoved)
+        return "{\"notMoved\": " + ResultWriter::jsonString(outcome.reason.toUtf8()) + '}';
+    return '"' + outcomeLabel(outcome) + '"';
+}
+
+QByteArray files(quint64 count)
+{
+    return QByteArray::number(count) + (count == 1 ? " file" : " files");
 }
 
 // Collects output and hands it to the sink in pieces of about kPiece bytes, so that a large
@@ -65,14 +96,15 @@ std::vector<const DuplicateGroup*> ResultWriter::sortedGroups(const ScanResult& 
     return groups;
 }
 
-QByteArray ResultWriter::text(const ScanResult& result)
+QByteArray ResultWriter::text(const ScanResult& result, const TrashCommand* trash)
 {
     QByteArray out;
-    writeText(result, [&out](const QByteArray& piece) { out += piece; });
+    writeText(
+        result, [&out](const QByteArray& piece) { out += piece; }, trash);
     return out;
 }
 
-void ResultWriter::writeText(const ScanResult& result, const Sink& sink)
+void ResultWriter::writeText(const ScanResult& result, const Sink& sink, const TrashCommand* trash)
 {
     PieceBuffer out(sink);
     bool first = true;
@@ -81,6 +113,14 @@ void ResultWriter::writeText(const ScanResult& result, const Sink& sink)
             out += '\n';
         first = false;
         for (const FileInfoNode* node : group->children) {
+            if (trash) {
+                // "LABEL: PATH" or "not moved (REASON): PATH": the path is all after the first ": ".
+                const FileOutcome outcome = trash->outcome(node);
+                out += outcomeLabel(outcome);
+                if (outcome.kind == FileOutcome::Kind::NotMoved)
+                    out += " (" + outcome.reason.toUtf8() + ')';
+                out += ": ";
+            }
             out += node->filePath;
             out += '\n';
         }
@@ -140,14 +180,15 @@ QByteArray ResultWriter::jsonPath(const QByteArray& path)
     return "{\"base64\": \"" + path.toBase64() + "\"}";
 }
 
-QByteArray ResultWriter::json(const ScanResult& result)
+QByteArray ResultWriter::json(const ScanResult& result, const TrashCommand* trash)
 {
     QByteArray out;
-    writeJson(result, [&out](const QByteArray& piece) { out += piece; });
+    writeJson(
+        result, [&out](const QByteArray& piece) { out += piece; }, trash);
     return out;
 }
 
-void ResultWriter::writeJson(const ScanResult& result, const Sink& sink)
+void ResultWriter::writeJson(const ScanResult& result, const Sink& sink, const TrashCommand* trash)
 {
     PieceBuffer out(sink);
     out += "{\n  \"scanned\": " + QByteArray::number(result.countScanned);
@@ -168,7 +209,15 @@ void ResultWriter::writeJson(const ScanResult& result, const Sink& sink)
             firstPath = false;
             out += jsonPath(node->filePath);
         }
-        out += "]}";
+        out += "]";
+        if (trash) {
+            // One outcome per path, in the order of "paths".
+            out += ", \"outcomes\": [";
+            for (size_t i = 0; i < group->children.size(); ++i)
+                out += (i ? ", " : "") + outcomeJson(trash->outcome(group->children[i]));
+            out += "]";
+        }
+        out += "}";
         out.flushIfFull();
     }
     out += firstGroup ? "]" : "\n  ]";
@@ -193,7 +242,19 @@ void ResultWriter::writeJson(const ScanResult& result, const Sink& sink)
         out += "]}";
         out.flushIfFull();
     }
-    out += firstSame ? "]\n}\n" : "\n  ]\n}\n";
+    out += firstSame ? "]" : "\n  ]";
+    if (trash) {
+        out += ",\n  \"trash\": {\"keep\": ";
+        out += trash->keep() == KeepRule::Oldest ? "\"oldest\"" : "\"newest\"";
+        out += ", \"dryRun\": ";
+        out += trash->isDryRun() ? "true" : "false";
+        out += ", \"marked\": " + QByteArray::number(trash->countMarked());
+        out += ", \"markedBytes\": " + QByteArray::number(trash->sizeOfMarkedFiles());
+        out += ", \"moved\": " + QByteArray::number(trash->countMoved());
+        out += ", \"movedBytes\": " + QByteArray::number(trash->sizeMoved());
+        out += ", \"notMoved\": " + QByteArray::number(trash->notMoved().size()) + "}";
+    }
+    out += "\n}\n";
     out.flush();
 }
 
@@ -204,5 +265,21 @@ QByteArray ResultWriter::summary(const ScanResult& result)
            CommonFuncs::getSizeInUnits(result.totSizeScanned).toUtf8() + '\n';
     out += "Duplicates: " + QByteArray::number(result.countDup) + " files, " +
            CommonFuncs::getSizeInUnits(result.sizeDup).toUtf8() + " reclaimable\n";
+    return out;
+}
+
+QByteArray ResultWriter::summary(const TrashCommand& trash)
+{
+    if (trash.isDryRun())
+        return "Would move to the Trash: " + files(quint64(trash.countMarked())) + ", " +
+               CommonFuncs::getSizeInUnits(trash.sizeOfMarkedFiles()).toUtf8() +
+               " (nothing moved; add --trash to move them)\n";
+    QByteArray out = "Moved to the Trash: " + files(quint64(trash.countMoved())) + ", " +
+                     CommonFuncs::getSizeInUnits(trash.sizeMoved()).toUtf8() + " recovered\n";
+    if (!trash.notMoved().empty())
+        out += "Not moved: " + files(trash.notMoved().size()) +
+               (trash.countStopped()
+                    ? ", " + QByteArray::number(trash.countStopped()) + " not reached after the stop\n"
+                    : QByteArray("\n"));
     return out;
 }

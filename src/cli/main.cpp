@@ -2,10 +2,13 @@
 
 #include "CommandLine.h"
 #include "ResultWriter.h"
+#include "TrashCommand.h"
 
 #include "app/AppGlobals.h"
 #include "app/Settings.h"
 #include "cache/SqliteDBOperations.h"
+#include "review/PhotosAlbum.h"
+#include "review/TrashRun.h"
 #include "scan/ScanEngine.h"
 #include "util/CommonFuncs.h"
 #include "util/PathUtils.h"
@@ -73,6 +76,15 @@ void showProgress(const ScanEngine& engine)
         current = QStringLiteral("...") + current.right(room - 3);
     if (room > 4)
         line += current;
+    writeAll(stderr, "\r\033[K" + line.toUtf8());
+}
+
+// The Trash run's own progress text, rewritten in place.
+void showTrashProgress(const TrashRun& run)
+{
+    const QString line = QStringLiteral("%1 items moved, %2 can be saved")
+                             .arg(run.countTrashed())
+                             .arg(CommonFuncs::getSizeInUnits(run.sizeTrashed()));
     writeAll(stderr, "\r\033[K" + line.toUtf8());
 }
 
@@ -167,26 +179,55 @@ int main(int argc, char** argv)
     if (progress)
         writeAll(stderr, "\r\033[K");
 
-    const ScanResult* result = engine.result();
+    ScanResult* result = engine.result();
+    const bool scanComplete = !aborted && !g_interrupted.load() && result->fatalError.isEmpty();
+    // Only a complete scan is marked: an interrupted one moves nothing.
+    std::optional<TrashCommand> trash;
+    if (cl->keep && scanComplete) {
+        trash.emplace(*cl->keep, settings.autoMarkPhotos());
+        trash->mark(result->arrMainGroup);
+        if (cl->trash) {
+            const std::unique_ptr<TrashInterface> systemTrash = createSystemTrash();
+            PhotosAlbum album(AppGlobals::photosAlbumName);
+            trash->move(*systemTrash, album, g_interrupted, [&](const TrashRun& run) {
+                if (progress)
+                    showTrashProgress(run);
+            });
+            if (progress)
+                writeAll(stderr, "\r\033[K");
+        }
+    }
+
     // Streamed: a large result is written as it is formatted, never held whole.
     const ResultWriter::Sink toStdout = [](const QByteArray& piece) {
         std::fwrite(piece.constData(), 1, size_t(piece.size()), stdout);
     };
+    const TrashCommand* outcomes = trash ? &*trash : nullptr;
     if (cl->json)
-        ResultWriter::writeJson(*result, toStdout);
+        ResultWriter::writeJson(*result, toStdout, outcomes);
     else
-        ResultWriter::writeText(*result, toStdout);
+        ResultWriter::writeText(*result, toStdout, outcomes);
     std::fflush(stdout);
     for (const SkippedItem& item : result->skipped)
         error(QStringLiteral("cannot read '%1': %2").arg(PathUtils::toDisplay(item.path), item.reason));
+    if (trash) {
+        // Files a stop left unreached are only counted in the summary.
+        for (const auto& [node, reason] : trash->notMoved())
+            if (reason != TrashCommand::kStoppedReason)
+                error(QStringLiteral("not moved '%1': %2").arg(PathUtils::toDisplay(node->filePath), reason));
+    }
     writeAll(stderr, ResultWriter::summary(*result));
+    if (trash)
+        writeAll(stderr, ResultWriter::summary(*trash));
     if (!result->fatalError.isEmpty()) {
         error(result->fatalError);
         return kExitFatal;
     }
-    if (aborted || g_interrupted.load()) {
-        error(QStringLiteral("interrupted"));
+    if (!scanComplete || g_interrupted.load()) {
+        error(cl->keep && !trash ? QStringLiteral("interrupted; nothing was marked or moved")
+                                 : QStringLiteral("interrupted"));
         return kExitInterrupted;
     }
-    return result->skipped.empty() ? 0 : kExitSkipped;
+    const bool allMoved = !trash || trash->notMoved().empty();
+    return result->skipped.empty() && allMoved ? 0 : kExitSkipped;
 }
