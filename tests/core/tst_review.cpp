@@ -99,21 +99,17 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("shown");
         QTest::addColumn<QString>("dupLine");
         QTest::addColumn<QString>("alert");
-        const QString images = "Images: 1 duplicate(s) found 30 bytes";
-        QTest::newRow("images by the first member") << 1 << QStringList{"holiday_img_01.jpg"} << images << "";
-        QTest::newRow("mp4 is a video")
-            << 3 << QStringList{"song.mp4"} << "Videos: 2 duplicate(s) found 30 bytes"
-            << "";
-        QTest::newRow("a library zip is no archive")
-            << 4 << QStringList{"backup.dmg"} << "Archives: 1 duplicate(s) found 50 bytes"
-            << "";
-        QTest::newRow("others") << 5 << QStringList{"x.zip", "README"}
-                                << "Others: 4 duplicate(s) found 8 bytes"
-                                << "";
-        QTest::newRow("all") << -1 << bySize << "All Categories: 8 duplicate(s) found 118 bytes"
-                             << "";
-        QTest::newRow("empty music keeps images")
-            << 2 << QStringList{"holiday_img_01.jpg"} << images << "Oops! No duplicate music found";
+        const auto row = [](const char* tag, int category, const QStringList& shown, const char* dupLine,
+                            const char* alert) {
+            QTest::newRow(tag) << category << shown << QString(dupLine) << QString(alert);
+        };
+        const char* images = "Images: 1 duplicate(s) found 30 bytes";
+        row("images by the first member", 1, {"holiday_img_01.jpg"}, images, "");
+        row("mp4 is a video", 3, {"song.mp4"}, "Videos: 2 duplicate(s) found 30 bytes", "");
+        row("a library zip is no archive", 4, {"backup.dmg"}, "Archives: 1 duplicate(s) found 50 bytes", "");
+        row("others", 5, {"x.zip", "README"}, "Others: 4 duplicate(s) found 8 bytes", "");
+        row("all", -1, bySize, "All Categories: 8 duplicate(s) found 118 bytes", "");
+        row("empty music keeps images", 2, {"holiday_img_01.jpg"}, images, "Oops! No duplicate music found");
     }
     void categories()
     {
@@ -131,19 +127,6 @@ private Q_SLOTS:
         const QList<Alert> expected =
             alert.isEmpty() ? QList<Alert>{} : QList<Alert>{Alert{alert, "", {"OK"}}};
         QCOMPARE(r.alerts.alerts(), expected);
-    }
-
-    void countAndSize()
-    {
-        Review r;
-        r.group({{"a"}, {"a"}});
-        r.group({{"b"}, {"b"}, {"b"}});
-        r.group({{"c"}, {"c"}, {"c"}, {"c"}});
-        r.start(6);
-        QCOMPARE(ReviewModel::duplicateCountInCategory(r.model.arrGroups()), 6u);
-        QCOMPARE(ReviewModel::duplicateGroupsSize(r.model.arrGroups()), 60);
-        QCOMPARE(r.model.summary().lblDupCount, "All Categories: 6 duplicates found of 60 bytes");
-        QCOMPARE(r.model.duplicateCountsByCategory()[CategoryOthers], 6u);
     }
 
     void search_data()
@@ -177,22 +160,21 @@ private Q_SLOTS:
         QTest::addColumn<QString>("search");
         QTest::addColumn<QList<int>>("items");
         QTest::addColumn<QStringList>("shown");
-        QTest::newRow("largest first") << "" << QList<int>{} << bySize;
-        QTest::newRow("smallest first") << "" << QList<int>{6} << QStringList(bySize.rbegin(), bySize.rend());
-        QTest::newRow("name, descending")
-            << "" << QList<int>{2}
-            << QStringList{"x.zip", "song.mp4", "README", "holiday_img_01.jpg", "backup.dmg"};
-        QTest::newRow("items 1 and 5 change nothing")
-            << "" << QList<int>{2, 6, 1, 5}
-            << QStringList{"backup.dmg", "holiday_img_01.jpg", "README", "song.mp4", "x.zip"};
-        QTest::newRow("item 1 still re-sorts") << "." << QList<int>{1} << bySize.mid(0, 4);
-        QTest::newRow("count ascending: equal keys reversed")
-            << "" << QList<int>{3, 6}
-            << QStringList{"x.zip", "holiday_img_01.jpg", "backup.dmg", "song.mp4", "README"};
-        QTest::newRow("marked first")
-            << "" << QList<int>{4}
-            << QStringList{"README", "backup.dmg", "holiday_img_01.jpg", "song.mp4", "x.zip"};
+        const auto row = [](const char* tag, const char* search, const QList<int>& items,
+                            const QStringList& shown) {
+            QTest::newRow(tag) << QString(search) << items << shown;
+        };
+        row("largest first", "", {}, bySize);
+        row("smallest first", "", {6}, QStringList(bySize.rbegin(), bySize.rend()));
+        row("name, descending", "", {2}, {"x.zip", "song.mp4", "README", "holiday_img_01.jpg", "backup.dmg"});
+        row("items 1 and 5 change nothing", "", {2, 6, 1, 5},
+            {"backup.dmg", "holiday_img_01.jpg", "README", "song.mp4", "x.zip"});
+        row("item 1 still re-sorts", ".", {1}, bySize.mid(0, 4));
+        row("count ascending: equal keys reversed", "", {3, 6},
+            {"x.zip", "holiday_img_01.jpg", "backup.dmg", "song.mp4", "README"});
+        row("marked first", "", {4}, {"README", "backup.dmg", "holiday_img_01.jpg", "song.mp4", "x.zip"});
     }
+
     void sorting()
     {
         QFETCH(QString, search);
@@ -205,14 +187,6 @@ private Q_SLOTS:
         for (int item : items)
             r.model.selectSortingType(item);
         QCOMPARE(r.shown(), shown);
-    }
-
-    void keysWithoutOrdering()
-    {
-        Review r;
-        r.standard();
-        QVERIFY(!ReviewModel::getSortedArray(r.model.arrGroups(), 1, 1));
-        QVERIFY(!ReviewModel::getSortedArray(r.model.arrGroups(), 5, 0));
     }
 
     // At least one shown file of a group stays unmarked. Clicks: i checks file i, ~i unchecks it.
@@ -255,7 +229,7 @@ private Q_SLOTS:
                  QString("%1 item(s) marked %2 bytes").arg(marked).arg(10 * marked));
     }
 
-    // keepFile: -1 automatic marking by the settings, -2 the explicit oldest rule, 0..2 the
+    // keepFile: -1 automatic marking by the settings, 0..2 the
     // keep control. Files are "name:day[:library kind]".
     void keepRules_data()
     {
@@ -265,25 +239,22 @@ private Q_SLOTS:
         QTest::addColumn<bool>("photosInstalled");
         QTest::addColumn<QByteArrayList>("files");
         QTest::addColumn<QByteArray>("kept");
+        const auto row = [](const char* tag, int keepFile, int option, bool autoMarkPhotos,
+                            bool photosInstalled, const QByteArrayList& files, const char* kept) {
+            QTest::newRow(tag) << keepFile << option << autoMarkPhotos << photosInstalled << files
+                               << QByteArray(kept);
+        };
         const QByteArrayList days{"d2:2", "d1:1", "d3:3"};
-        QTest::newRow("option 1 keeps the oldest") << -1 << 1 << false << true << days << QByteArray("d1");
-        QTest::newRow("option 0 keeps the newest") << -1 << 0 << false << true << days << QByteArray("d3");
-        QTest::newRow("explicit oldest rule") << -2 << 0 << false << true << days << QByteArray("d1");
-        QTest::newRow("keep control 1 keeps the newest")
-            << 1 << 1 << false << true << days << QByteArray("d3");
-        QTest::newRow("keep control 2 keeps the oldest")
-            << 2 << 1 << false << true << days << QByteArray("d1");
-        QTest::newRow("keep control 0 only unmarks") << 0 << 1 << false << true << days << QByteArray();
-        QTest::newRow("Photos item kept whatever the dates")
-            << -1 << 1 << false << true << QByteArrayList{"plain:1", "lib:3:p"} << QByteArray("lib");
-        QTest::newRow("autoMarkPhotos keeps the plain file")
-            << -1 << 1 << true << true << QByteArrayList{"plain:3", "lib:1:p"} << QByteArray("plain");
-        QTest::newRow("date order kept among plain files")
-            << -1 << 1 << true << true << QByteArrayList{"p2:3", "lib:2:p", "p1:1"} << QByteArray("p1");
-        QTest::newRow("iPhoto item without Photos")
-            << -1 << 1 << false << false << QByteArrayList{"plain:1", "ip:2:i"} << QByteArray("ip");
-        QTest::newRow("iPhoto item is plain with Photos")
-            << -1 << 1 << false << true << QByteArrayList{"plain:1", "ip:2:i"} << QByteArray("plain");
+        row("option 1 keeps the oldest", -1, 1, false, true, days, "d1");
+        row("option 0 keeps the newest", -1, 0, false, true, days, "d3");
+        row("keep control 1 keeps the newest", 1, 1, false, true, days, "d3");
+        row("keep control 2 keeps the oldest", 2, 0, false, true, days, "d1");
+        row("keep control 0 only unmarks", 0, 1, false, true, days, "");
+        row("Photos item kept whatever the dates", -1, 1, false, true, {"plain:1", "lib:3:p"}, "lib");
+        row("autoMarkPhotos keeps the plain file", -1, 1, true, true, {"plain:3", "lib:1:p"}, "plain");
+        row("date order kept among plain files", -1, 1, true, true, {"p2:3", "lib:2:p", "p1:1"}, "p1");
+        row("iPhoto item without Photos", -1, 1, false, false, {"plain:1", "ip:2:i"}, "ip");
+        row("iPhoto item is plain with Photos", -1, 1, false, true, {"plain:1", "ip:2:i"}, "plain");
     }
     void keepRules()
     {
@@ -310,8 +281,6 @@ private Q_SLOTS:
         for (int run = 0; run < 2; ++run) {
             if (keepFile == -1)
                 r.model.proceedToautoMarkAllitems();
-            else if (keepFile == -2)
-                r.model.autoMarkAll(KeepRule::Oldest, autoMarkPhotos);
             else
                 r.model.keepFileOption(keepFile);
             for (const FileInfoNode* f : r.scan.arrFileNodes)
@@ -330,23 +299,22 @@ private Q_SLOTS:
         QTest::addColumn<bool>("inAlbum");
         QTest::addColumn<QStringList>("shown");
         QTest::addColumn<QString>("dupLine");
-        QTest::addColumn<bool>("catIssue");
         QTest::addColumn<bool>("exhausted");
         QTest::addColumn<int>("remaining");
-        QTest::newRow("a category cleaned out")
-            << 1 << false << false << QStringList{} << "There are no duplicates in this category" << true
-            << false << 4;
-        QTest::newRow("a group of two leaves")
-            << -1 << false << false << QStringList{"holiday_img_01.jpg", "song.mp4", "x.zip", "README"}
-            << "7 duplicate(s) found 68 bytes" << false << false << 4;
-        QTest::newRow("Photos item not in the album stays")
-            << 3 << false << false << QStringList{"song.mp4"} << "2 duplicate(s) found 30 bytes" << false
-            << false << 5;
-        QTest::newRow("Photos item in the album leaves")
-            << 3 << false << true << QStringList{"song.mp4"} << "1 duplicate(s) found 15 bytes" << false
-            << false << 5;
-        QTest::newRow("everything cleaned")
-            << -1 << true << true << QStringList{} << "0 duplicate(s) found 0 bytes" << false << true << 0;
+        const auto row = [](const char* tag, int category, bool markAll, bool inAlbum,
+                            const QStringList& shown, const char* dupLine, bool exhausted, int remaining) {
+            QTest::newRow(tag) << category << markAll << inAlbum << shown << QString(dupLine) << exhausted
+                               << remaining;
+        };
+        row("a category cleaned out", 1, false, false, {}, "There are no duplicates in this category", false,
+            4);
+        row("a group of two leaves", -1, false, false, {"holiday_img_01.jpg", "song.mp4", "x.zip", "README"},
+            "7 duplicate(s) found 68 bytes", false, 4);
+        row("Photos item not in the album stays", 3, false, false, {"song.mp4"},
+            "2 duplicate(s) found 30 bytes", false, 5);
+        row("Photos item in the album leaves", 3, false, true, {"song.mp4"}, "1 duplicate(s) found 15 bytes",
+            false, 5);
+        row("everything cleaned", -1, true, true, {}, "0 duplicate(s) found 0 bytes", true, 0);
     }
     void afterTrash()
     {
@@ -355,7 +323,6 @@ private Q_SLOTS:
         QFETCH(bool, inAlbum);
         QFETCH(QStringList, shown);
         QFETCH(QString, dupLine);
-        QFETCH(bool, catIssue);
         QFETCH(bool, exhausted);
         QFETCH(int, remaining);
         Review r;
@@ -383,6 +350,7 @@ private Q_SLOTS:
         QCOMPARE(r.shown(), shown);
         const ReviewSummary& s = r.model.summary();
         QCOMPARE(s.lblDupCount, dupLine);
+        const bool catIssue = shown.isEmpty() && !exhausted; // a category emptied, others remain
         QCOMPARE(s.catIssueVisible, catIssue);
         QCOMPARE(s.lblSelectedCatIssue,
                  catIssue ? QString("All duplicates in this category have been cleaned") : QString());
