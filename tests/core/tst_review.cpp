@@ -74,14 +74,6 @@ struct Review
             names << QString::fromUtf8(g->filteredChildren.front()->fileName());
         return names;
     }
-    // Marked files that are still in their groups.
-    int marked() const
-    {
-        int n = 0;
-        for (const FileInfoNode* f : scan.arrFileNodes)
-            n += f->state == 1 && !f->isMoveToTrash;
-        return n;
-    }
 };
 
 const QStringList bySize{"backup.dmg", "holiday_img_01.jpg", "song.mp4", "x.zip", "README"};
@@ -99,21 +91,17 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("shown");
         QTest::addColumn<QString>("dupLine");
         QTest::addColumn<QString>("alert");
-        const QString images = "Images: 1 duplicate(s) found 30 bytes";
-        QTest::newRow("images by the first member") << 1 << QStringList{"holiday_img_01.jpg"} << images << "";
-        QTest::newRow("mp4 is a video")
-            << 3 << QStringList{"song.mp4"} << "Videos: 2 duplicate(s) found 30 bytes"
-            << "";
-        QTest::newRow("a library zip is no archive")
-            << 4 << QStringList{"backup.dmg"} << "Archives: 1 duplicate(s) found 50 bytes"
-            << "";
-        QTest::newRow("others") << 5 << QStringList{"x.zip", "README"}
-                                << "Others: 4 duplicate(s) found 8 bytes"
-                                << "";
-        QTest::newRow("all") << -1 << bySize << "All Categories: 8 duplicate(s) found 118 bytes"
-                             << "";
-        QTest::newRow("empty music keeps images")
-            << 2 << QStringList{"holiday_img_01.jpg"} << images << "Oops! No duplicate music found";
+        const auto row = [](const char* tag, int category, const QStringList& shown, const char* dupLine,
+                            const char* alert) {
+            QTest::newRow(tag) << category << shown << QString(dupLine) << QString(alert);
+        };
+        const char* images = "Images: 1 duplicate(s) found 30 bytes";
+        row("images by the first member", 1, {"holiday_img_01.jpg"}, images, "");
+        row("mp4 is a video", 3, {"song.mp4"}, "Videos: 2 duplicate(s) found 30 bytes", "");
+        row("a library zip is no archive", 4, {"backup.dmg"}, "Archives: 1 duplicate(s) found 50 bytes", "");
+        row("others", 5, {"x.zip", "README"}, "Others: 4 duplicate(s) found 8 bytes", "");
+        row("all", -1, bySize, "All Categories: 8 duplicate(s) found 118 bytes", "");
+        row("empty music keeps images", 2, {"holiday_img_01.jpg"}, images, "Oops! No duplicate music found");
     }
     void categories()
     {
@@ -133,86 +121,49 @@ private Q_SLOTS:
         QCOMPARE(r.alerts.alerts(), expected);
     }
 
-    void countAndSize()
-    {
-        Review r;
-        r.group({{"a"}, {"a"}});
-        r.group({{"b"}, {"b"}, {"b"}});
-        r.group({{"c"}, {"c"}, {"c"}, {"c"}});
-        r.start(6);
-        QCOMPARE(ReviewModel::duplicateCountInCategory(r.model.arrGroups()), 6u);
-        QCOMPARE(ReviewModel::duplicateGroupsSize(r.model.arrGroups()), 60);
-        QCOMPARE(r.model.summary().lblDupCount, "All Categories: 6 duplicates found of 60 bytes");
-        QCOMPARE(r.model.duplicateCountsByCategory()[CategoryOthers], 6u);
-    }
-
-    void search_data()
+    // What the list shows for a category, a search text and then the sorting items chosen in
+    // order; README's first copy is marked.
+    void shownGroups_data()
     {
         QTest::addColumn<int>("category");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QStringList>("shown");
-        QTest::newRow("blanks around, any case") << -1 << " \t IMG \n" << QStringList{"holiday_img_01.jpg"};
-        QTest::newRow("all blank: every group, sorted") << -1 << "   " << bySize;
-        QTest::newRow("matches keep result order")
-            << -1 << "." << QStringList{"holiday_img_01.jpg", "song.mp4", "backup.dmg", "x.zip"};
-        QTest::newRow("any member, not ASCII") << -1 << "ÉTÉ" << QStringList{"holiday_img_01.jpg"};
-        QTest::newRow("nothing") << -1 << "zzz" << QStringList{};
-        QTest::newRow("within the category") << 5 << " " << QStringList{"x.zip", "README"};
-        QTest::newRow("match outside the category") << 1 << "dmg" << QStringList{};
-    }
-    void search()
-    {
-        QFETCH(int, category);
-        QFETCH(QString, text);
-        QFETCH(QStringList, shown);
-        Review r;
-        r.standard();
-        QVERIFY(r.model.selectCategory(category));
-        r.model.runSearchForDuplicates(text);
-        QCOMPARE(r.shown(), shown);
-    }
-
-    void sorting_data()
-    {
         QTest::addColumn<QString>("search");
         QTest::addColumn<QList<int>>("items");
         QTest::addColumn<QStringList>("shown");
-        QTest::newRow("largest first") << "" << QList<int>{} << bySize;
-        QTest::newRow("smallest first") << "" << QList<int>{6} << QStringList(bySize.rbegin(), bySize.rend());
-        QTest::newRow("name, descending")
-            << "" << QList<int>{2}
-            << QStringList{"x.zip", "song.mp4", "README", "holiday_img_01.jpg", "backup.dmg"};
-        QTest::newRow("items 1 and 5 change nothing")
-            << "" << QList<int>{2, 6, 1, 5}
-            << QStringList{"backup.dmg", "holiday_img_01.jpg", "README", "song.mp4", "x.zip"};
-        QTest::newRow("item 1 still re-sorts") << "." << QList<int>{1} << bySize.mid(0, 4);
-        QTest::newRow("count ascending: equal keys reversed")
-            << "" << QList<int>{3, 6}
-            << QStringList{"x.zip", "holiday_img_01.jpg", "backup.dmg", "song.mp4", "README"};
-        QTest::newRow("marked first")
-            << "" << QList<int>{4}
-            << QStringList{"README", "backup.dmg", "holiday_img_01.jpg", "song.mp4", "x.zip"};
+        const auto row = [](const char* tag, int category, const char* search, const QList<int>& items,
+                            const QStringList& shown) {
+            QTest::newRow(tag) << category << QString(search) << items << shown;
+        };
+        row("blanks around, any case", -1, " \t IMG \n", {}, {"holiday_img_01.jpg"});
+        row("all blank: every group, largest first", -1, "   ", {}, bySize);
+        row("matches keep result order", -1, ".", {},
+            {"holiday_img_01.jpg", "song.mp4", "backup.dmg", "x.zip"});
+        row("any member, not ASCII", -1, "ÉTÉ", {}, {"holiday_img_01.jpg"});
+        row("within the category", 5, " ", {}, {"x.zip", "README"});
+        row("match outside the category", 1, "dmg", {}, {});
+        row("smallest first", -1, "", {6}, QStringList(bySize.rbegin(), bySize.rend()));
+        row("name, descending", -1, "", {2},
+            {"x.zip", "song.mp4", "README", "holiday_img_01.jpg", "backup.dmg"});
+        row("items 1 and 5 change nothing", -1, "", {2, 6, 1, 5},
+            {"backup.dmg", "holiday_img_01.jpg", "README", "song.mp4", "x.zip"});
+        row("item 1 still re-sorts", -1, ".", {1}, bySize.mid(0, 4));
+        row("count ascending: equal keys reversed", -1, "", {3, 6},
+            {"x.zip", "holiday_img_01.jpg", "backup.dmg", "song.mp4", "README"});
+        row("marked first", -1, "", {4}, {"README", "backup.dmg", "holiday_img_01.jpg", "song.mp4", "x.zip"});
     }
-    void sorting()
+    void shownGroups()
     {
+        QFETCH(int, category);
         QFETCH(QString, search);
         QFETCH(QList<int>, items);
         QFETCH(QStringList, shown);
         Review r;
         r.standard();
         r.model.updateNodeState(r.file(4, 0), true);
+        QVERIFY(r.model.selectCategory(category));
         r.model.runSearchForDuplicates(search);
         for (int item : items)
             r.model.selectSortingType(item);
         QCOMPARE(r.shown(), shown);
-    }
-
-    void keysWithoutOrdering()
-    {
-        Review r;
-        r.standard();
-        QVERIFY(!ReviewModel::getSortedArray(r.model.arrGroups(), 1, 1));
-        QVERIFY(!ReviewModel::getSortedArray(r.model.arrGroups(), 5, 0));
     }
 
     // At least one shown file of a group stays unmarked. Clicks: i checks file i, ~i unchecks it.
@@ -235,27 +186,20 @@ private Q_SLOTS:
         Review r;
         r.group(QList<FileSpec>(files, FileSpec{"f.txt"}));
         r.start();
-        for (int click : clicks) {
-            FileInfoNode* f = r.file(0, click < 0 ? ~click : click);
-            const int state = r.model.updateNodeState(f, click >= 0);
-            QCOMPARE(state, f->state);
-        }
+        for (int click : clicks)
+            r.model.updateNodeState(r.file(0, click < 0 ? ~click : click), click >= 0);
         QList<int> actual;
         for (const FileInfoNode* f : r.scan.arrFileNodes)
             actual << f->state;
         QCOMPARE(actual, states);
         QCOMPARE(r.alerts.alerts().size(), alerts);
-        if (alerts)
-            QCOMPARE(r.alerts.alerts().front().messageText,
-                     "Oops! You cannot mark all files in the same group");
         const int marked = int(states.count(1));
         QCOMPARE(r.model.countMarked(), marked);
-        QCOMPARE(r.model.sizeOfMarkedFiles(), 10 * marked);
         QCOMPARE(r.model.summary().lblNumMarkedFiles,
                  QString("%1 item(s) marked %2 bytes").arg(marked).arg(10 * marked));
     }
 
-    // keepFile: -1 automatic marking by the settings, -2 the explicit oldest rule, 0..2 the
+    // keepFile: -1 automatic marking by the settings, 0..2 the
     // keep control. Files are "name:day[:library kind]".
     void keepRules_data()
     {
@@ -265,25 +209,22 @@ private Q_SLOTS:
         QTest::addColumn<bool>("photosInstalled");
         QTest::addColumn<QByteArrayList>("files");
         QTest::addColumn<QByteArray>("kept");
+        const auto row = [](const char* tag, int keepFile, int option, bool autoMarkPhotos,
+                            bool photosInstalled, const QByteArrayList& files, const char* kept) {
+            QTest::newRow(tag) << keepFile << option << autoMarkPhotos << photosInstalled << files
+                               << QByteArray(kept);
+        };
         const QByteArrayList days{"d2:2", "d1:1", "d3:3"};
-        QTest::newRow("option 1 keeps the oldest") << -1 << 1 << false << true << days << QByteArray("d1");
-        QTest::newRow("option 0 keeps the newest") << -1 << 0 << false << true << days << QByteArray("d3");
-        QTest::newRow("explicit oldest rule") << -2 << 0 << false << true << days << QByteArray("d1");
-        QTest::newRow("keep control 1 keeps the newest")
-            << 1 << 1 << false << true << days << QByteArray("d3");
-        QTest::newRow("keep control 2 keeps the oldest")
-            << 2 << 1 << false << true << days << QByteArray("d1");
-        QTest::newRow("keep control 0 only unmarks") << 0 << 1 << false << true << days << QByteArray();
-        QTest::newRow("Photos item kept whatever the dates")
-            << -1 << 1 << false << true << QByteArrayList{"plain:1", "lib:3:p"} << QByteArray("lib");
-        QTest::newRow("autoMarkPhotos keeps the plain file")
-            << -1 << 1 << true << true << QByteArrayList{"plain:3", "lib:1:p"} << QByteArray("plain");
-        QTest::newRow("date order kept among plain files")
-            << -1 << 1 << true << true << QByteArrayList{"p2:3", "lib:2:p", "p1:1"} << QByteArray("p1");
-        QTest::newRow("iPhoto item without Photos")
-            << -1 << 1 << false << false << QByteArrayList{"plain:1", "ip:2:i"} << QByteArray("ip");
-        QTest::newRow("iPhoto item is plain with Photos")
-            << -1 << 1 << false << true << QByteArrayList{"plain:1", "ip:2:i"} << QByteArray("plain");
+        row("option 1 keeps the oldest", -1, 1, false, true, days, "d1");
+        row("option 0 keeps the newest", -1, 0, false, true, days, "d3");
+        row("keep control 1 keeps the newest", 1, 1, false, true, days, "d3");
+        row("keep control 2 keeps the oldest", 2, 0, false, true, days, "d1");
+        row("keep control 0 only unmarks", 0, 1, false, true, days, "");
+        row("Photos item kept whatever the dates", -1, 1, false, true, {"plain:1", "lib:3:p"}, "lib");
+        row("autoMarkPhotos keeps the plain file", -1, 1, true, true, {"plain:3", "lib:1:p"}, "plain");
+        row("date order kept among plain files", -1, 1, true, true, {"p2:3", "lib:2:p", "p1:1"}, "p1");
+        row("iPhoto item without Photos", -1, 1, false, false, {"plain:1", "ip:2:i"}, "ip");
+        row("iPhoto item is plain with Photos", -1, 1, false, true, {"plain:1", "ip:2:i"}, "plain");
     }
     void keepRules()
     {
@@ -307,95 +248,57 @@ private Q_SLOTS:
         r.start();
         // A mark by hand first: every rule starts by clearing the group.
         r.model.updateNodeState(r.file(0, 0), true);
-        for (int run = 0; run < 2; ++run) {
-            if (keepFile == -1)
-                r.model.proceedToautoMarkAllitems();
-            else if (keepFile == -2)
-                r.model.autoMarkAll(KeepRule::Oldest, autoMarkPhotos);
-            else
-                r.model.keepFileOption(keepFile);
-            for (const FileInfoNode* f : r.scan.arrFileNodes)
-                QCOMPARE(f->state, (kept.isEmpty() || f->fileName() == kept) ? 0 : 1);
-            const int expected = kept.isEmpty() ? 0 : int(files.size()) - 1;
-            QCOMPARE(r.model.countMarked(), expected);
-            QCOMPARE(r.model.sizeOfMarkedFiles(), 10 * expected);
-        }
+        if (keepFile == -1)
+            r.model.proceedToautoMarkAllitems();
+        else
+            r.model.keepFileOption(keepFile);
+        for (const FileInfoNode* f : r.scan.arrFileNodes)
+            QCOMPARE(f->state, (kept.isEmpty() || f->fileName() == kept) ? 0 : 1);
+        QCOMPARE(r.model.sizeOfMarkedFiles(), kept.isEmpty() ? 0 : 10 * (files.size() - 1));
     }
 
-    // A Trash run as the mover does it: moved files leave the totals, then the groups.
+    // A Trash run as the mover does it on the first shown group: moved files leave the totals,
+    // then the groups; a Photos item counts as moved only once it is in the album.
     void afterTrash_data()
     {
         QTest::addColumn<int>("category");
-        QTest::addColumn<bool>("markAll");
         QTest::addColumn<bool>("inAlbum");
         QTest::addColumn<QStringList>("shown");
         QTest::addColumn<QString>("dupLine");
-        QTest::addColumn<bool>("catIssue");
-        QTest::addColumn<bool>("exhausted");
-        QTest::addColumn<int>("remaining");
-        QTest::newRow("a category cleaned out")
-            << 1 << false << false << QStringList{} << "There are no duplicates in this category" << true
-            << false << 4;
-        QTest::newRow("a group of two leaves")
-            << -1 << false << false << QStringList{"holiday_img_01.jpg", "song.mp4", "x.zip", "README"}
-            << "7 duplicate(s) found 68 bytes" << false << false << 4;
-        QTest::newRow("Photos item not in the album stays")
-            << 3 << false << false << QStringList{"song.mp4"} << "2 duplicate(s) found 30 bytes" << false
-            << false << 5;
-        QTest::newRow("Photos item in the album leaves")
-            << 3 << false << true << QStringList{"song.mp4"} << "1 duplicate(s) found 15 bytes" << false
-            << false << 5;
-        QTest::newRow("everything cleaned")
-            << -1 << true << true << QStringList{} << "0 duplicate(s) found 0 bytes" << false << true << 0;
+        const auto row = [](const char* tag, int category, bool inAlbum, const QStringList& shown,
+                            const char* dupLine) {
+            QTest::newRow(tag) << category << inAlbum << shown << QString(dupLine);
+        };
+        row("a category cleaned out", 1, false, {}, "There are no duplicates in this category");
+        row("Photos item not in the album stays", 3, false, {"song.mp4"}, "2 duplicate(s) found 30 bytes");
+        row("Photos item in the album leaves", 3, true, {"song.mp4"}, "1 duplicate(s) found 15 bytes");
     }
     void afterTrash()
     {
         QFETCH(int, category);
-        QFETCH(bool, markAll);
         QFETCH(bool, inAlbum);
         QFETCH(QStringList, shown);
         QFETCH(QString, dupLine);
-        QFETCH(bool, catIssue);
-        QFETCH(bool, exhausted);
-        QFETCH(int, remaining);
         Review r;
         r.standard();
         QVERIFY(r.model.selectCategory(category));
-        if (markAll)
-            r.model.autoMarkAll(KeepRule::Newest, false);
+        FileInfoNode* f = r.model.arrGroups().front()->filteredChildren.back();
+        r.model.updateNodeState(f, true);
+        f->isMoveToTrash = true;
+        if (f->isPhotosNode)
+            f->photosInfo->isMovedToTrashAlbum = inAlbum;
         else
-            r.model.updateNodeState(r.model.arrGroups().front()->filteredChildren.back(), true);
-        for (DuplicateGroup* g : r.model.arrGroups()) {
-            for (FileInfoNode* f : g->filteredChildren) {
-                if (f->state != 1)
-                    continue;
-                f->isMoveToTrash = true;
-                if (f->isPhotosNode)
-                    f->photosInfo->isMovedToTrashAlbum = inAlbum;
-                else
-                    g->groupSize -= f->fileSize;
-                if (!f->isPhotosNode || inAlbum)
-                    r.model.decrementMarked(f->fileSize);
-            }
-        }
+            f->parent->groupSize -= f->fileSize;
+        if (!f->isPhotosNode || inAlbum)
+            r.model.decrementMarked(f->fileSize);
         r.model.removeMovedRecords();
         r.model.addObjectsToGroupArray();
         QCOMPARE(r.shown(), shown);
-        const ReviewSummary& s = r.model.summary();
-        QCOMPARE(s.lblDupCount, dupLine);
-        QCOMPARE(s.catIssueVisible, catIssue);
-        QCOMPARE(s.lblSelectedCatIssue,
-                 catIssue ? QString("All duplicates in this category have been cleaned") : QString());
-        QCOMPARE(s.autoSelectEnabled, !catIssue);
-        QCOMPARE(s.exhausted, exhausted);
-        QCOMPARE(r.model.countMarked(), r.marked());
-        for (const DuplicateGroup* g : r.model.arrGroups()) {
-            for (const FileInfoNode* f : g->children)
-                QVERIFY(!f->isMoveToTrash);
-        }
-        // The other categories are intact.
-        r.model.showAllGroupItems();
-        QCOMPARE(int(r.model.arrGroups().size()), remaining);
+        QCOMPARE(r.model.summary().lblDupCount, dupLine);
+        QCOMPARE(r.model.summary().catIssueVisible, shown.isEmpty());
+        QCOMPARE(r.model.countMarked(), f->isPhotosNode && !inAlbum ? 1 : 0);
+        r.model.showAllGroupItems(); // the other categories are intact
+        QCOMPARE(int(r.model.arrGroups().size()), 5 - int(shown.isEmpty()));
     }
 };
 
