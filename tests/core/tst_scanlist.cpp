@@ -1,7 +1,6 @@
 #include "app/Settings.h"
 #include "platform/Platform.h"
 #include "scan/ScanList.h"
-#include "support/RecordingFileViewer.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -23,13 +22,6 @@ class TestScanList : public QObject
 
     QByteArray p(const QString& name) const { return m_tree->path(QFile::encodeName(name)); }
     QByteArray makeDir(const QString& name) const { return m_tree->dir(QFile::encodeName(name)); }
-    static Paths rowPaths(const ScanList& list)
-    {
-        Paths out;
-        for (const FilePathNode& n : list.arrPathNodes())
-            out.append(n.filePath);
-        return out;
-    }
     // One field ("path" or "state") of every entry of the saved list, as read from the file.
     QVariantList saved(const char* field = "path") const
     {
@@ -57,12 +49,7 @@ class TestScanList : public QObject
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_tree = std::make_unique<TestSupport::TestTree>();
-        settings().setExcludedFolders({QString::fromUtf8(p("ex"))});
-        m_alerts.clear();
-    }
+    void init() { m_tree = std::make_unique<TestSupport::TestTree>(); }
 
     // Adding by dialog or by drop to a list holding "old"; "ex" is excluded. Other spellings of
     // a folder ("..", ".", a trailing slash) are the same folder.
@@ -72,20 +59,19 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("offered");
         QTest::addColumn<QStringList>("expectedRows");
         QTest::addColumn<QString>("prompt"); // "message|info"; empty: none
-        QTest::addColumn<int>("answer");     // the button chosen in the prompt
         const QString none = ScanList::kNoneAddedMessage + '|', some = ScanList::kSomeNotAddedMessage + '|';
         for (const bool byDrop : {false, true}) {
             const auto row = [byDrop](const char* tag) {
                 return &(QTest::addRow("%s %s", byDrop ? "drop:" : "dialog:", tag) << byDrop);
             };
-            *row("all new") << L{"a", "b"} << L{"old", "a", "b"} << QString() << 1;
+            *row("all new") << L{"a", "b"} << L{"old", "a", "b"} << QString();
             *row("other spelling of a listed folder")
-                << L{"a/../old/", "./old"} << L{"old"} << none + ScanList::kAlreadyPresentInfo << 1;
+                << L{"a/../old/", "./old"} << L{"old"} << none + ScanList::kAlreadyPresentInfo;
             *row("same folder twice")
-                << L{"a", "x/../a"} << L{"old", "a"} << some + ScanList::kAlreadyPresentInfo << 1;
-            *row("excluded and new") << L{"ex", "a"} << L{"old", "a"} << some + ScanList::kExcludedInfo << 1;
+                << L{"a", "x/../a"} << L{"old", "a"} << some + ScanList::kAlreadyPresentInfo;
+            *row("excluded and new") << L{"ex", "a"} << L{"old", "a"} << some + ScanList::kExcludedInfo;
             *row("below an excluded folder, OK")
-                << L{"ex/inner"} << L{"old"} << none + ScanList::kExcludedInfo << 0;
+                << L{"ex/inner"} << L{"old"} << none + ScanList::kExcludedInfo;
         }
     }
     void add()
@@ -94,24 +80,20 @@ private Q_SLOTS:
         QFETCH(QStringList, offered);
         QFETCH(QStringList, expectedRows);
         QFETCH(QString, prompt);
-        QFETCH(int, answer);
+        settings().setExcludedFolders({QString::fromUtf8(p("ex"))});
         ScanList list(settings(), &m_alerts);
-        QSignalSpy preferences(&list, &ScanList::goToPreferencesRequested);
         list.addPathInArrayToScan(makeDir("old"));
         Paths paths, expected;
         for (const QString& name : offered)
             paths.append(name.endsWith('/') ? p(name) : makeDir(name));
         for (const QString& name : expectedRows)
             expected.append(p(name));
-        m_alerts.enqueueAnswer(answer);
         byDrop ? drop(list, paths) : list.selectPathToScan(paths);
-        QCOMPARE(rowPaths(list), expected);
         QCOMPARE(saved(), QVariantList(expected.begin(), expected.end()));
-        // Only the exclusion prompt has a second button, and only that button leads to the preferences.
+        // Only the exclusion prompt offers the preferences.
         const bool excluded = prompt.endsWith(ScanList::kExcludedInfo);
         QCOMPARE(shown(true),
                  prompt.isEmpty() ? L{} : L{prompt + (excluded ? "|OK|Go To Preferences" : "|OK")});
-        QCOMPARE(preferences.count(), excluded && answer == 1 ? 1 : 0);
     }
 
     // One Photos library at a time, and no migrated one. From the dialog such an item stops the
@@ -127,7 +109,7 @@ private Q_SLOTS:
         list.selectPathToScan({a, migrated, makeDir("b")});
         list.selectPathToScan({second, makeDir("b")});
         QCOMPARE(shown(), (L{ScanList::kMigratedMessage, ScanList::kOnePhotosLibraryMessage}));
-        QCOMPARE(rowPaths(list), (Paths{first, a}));
+        QVERIFY(list.count() == 2 && list.containsPath(a));
         QCOMPARE(saved(), QVariantList{first});
         const QByteArray file = m_tree->file("notes.txt", "x");
         drop(list, {second, file});
@@ -140,7 +122,7 @@ private Q_SLOTS:
         QVERIFY(!list.isPhotosLibraryPathAdded());
         list.selectPathToScan({second});
         list.showFileInFinder(ScanList::RemoveRow, 3);
-        QCOMPARE(rowPaths(list), (Paths{a, file, p("c")}));
+        QCOMPARE(saved(), (QVariantList{a, file, p("c")}));
         QVERIFY(list.isPhotosLibraryPathAdded());
         list.showFileInFinder(ScanList::RemoveAll, -1);
         QVERIFY(!list.isPhotosLibraryPathAdded());
@@ -152,31 +134,30 @@ private Q_SLOTS:
     {
         const QByteArray trash = Platform::userTrashFolders().first(), inTrash = trash + "/files/Old";
         QVERIFY(TestSupport::makeDir(inTrash));
+        settings().setExcludedFolders({}); // the default list holds the Trash
         ScanList list(settings(), &m_alerts);
         const qsizetype cut = trash.lastIndexOf('/');
         list.selectPathToScan({trash.left(cut) + "/x/.." + trash.mid(cut) + "/files/Old", makeDir("a")});
         QCOMPARE(list.count(), 0);
         QCOMPARE(shown(), QStringList{"Photos cannot be added form Trash."});
         list.selectPathToScan({makeDir("a"), inTrash});
+        QVERIFY(list.count() == 2 && list.containsPath(inTrash));
         ScanList dropped(settings(), &m_alerts);
         drop(dropped, {inTrash});
-        QCOMPARE(rowPaths(list) + rowPaths(dropped), (Paths{p("a"), inTrash, inTrash}));
+        QVERIFY(dropped.containsPath(inTrash));
 
         ScanList rooted(settings(), &m_alerts);
         rooted.selectPathToScan({"/"});
-        QCOMPARE(rowPaths(rooted), Paths{Platform::homePath()});
         drop(rooted, {"/"});
-        QCOMPARE(rooted.count(), 1);
+        QCOMPARE(saved(), QVariantList{Platform::homePath()});
         QCOMPARE(shown(), QStringList{ScanList::kNoneAddedMessage});
     }
 
     // A box change is saved at once, Tick All / Untick All only with the next change; no ticked
-    // row disables Scan. Show and remove need a clicked row.
+    // row disables Scan. Remove needs a clicked row.
     void ticksAndRowMenu()
     {
         ScanList list(settings(), &m_alerts);
-        RecordingFileViewer viewer;
-        list.setFileViewer(&viewer);
         const QByteArray a = makeDir("a"), b = makeDir("b");
         list.selectPathToScan({a, b});
         list.selectDeselectPath(0);
@@ -187,11 +168,8 @@ private Q_SLOTS:
         QCOMPARE(saved("state"), (QVariantList{0, 0}));
         list.showFileInFinder(ScanList::DeselectAll, -1);
         QCOMPARE(list.tickedCount(), 0);
-        list.showFileInFinder(ScanList::ShowInFileViewer, 1);
-        list.showFileInFinder(ScanList::ShowInFileViewer, -1);
         list.showFileInFinder(ScanList::RemoveRow, -1);
         list.showFileInFinder(ScanList::RemoveRow, 0);
-        QCOMPARE(viewer.shown, Paths{b});
         QCOMPARE(saved(), QVariantList{b});
         list.deletePathFromTable(0);
         QVERIFY(list.count() == 0 && saved().isEmpty());
@@ -221,7 +199,7 @@ private Q_SLOTS:
 
         ScanList restored(settings(), &m_alerts);
         restored.loadFromBookmarkPaths();
-        QCOMPARE(rowPaths(restored), (Paths{a, odd, library}));
+        QCOMPARE(restored.count(), 3);
         QCOMPARE(saved(), (QVariantList{a, odd, library}));
         QCOMPARE(saved("state"), (QVariantList{0, 1, 1}));
         QVERIFY(restored.isPhotosLibraryPathAdded() && restored.isScanNowEnabled() && shown().isEmpty());
