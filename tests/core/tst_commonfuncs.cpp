@@ -1,12 +1,9 @@
 #include "support/TestMain.h"
+#include "support/TestTree.h"
 #include "util/CommonFuncs.h"
 
-#include <QDir>
-#include <QFile>
 #include <QLocale>
-#include <QTemporaryDir>
 #include <QTimeZone>
-#include <ctime>
 
 using S = QString;
 
@@ -16,145 +13,81 @@ class TestCommonFuncs : public QObject
 
     QTemporaryDir m_dir;
 
-    // A folder of its own for each data row.
-    QString rowFolder(const char* suffix) const
-    {
-        const QString path =
-            m_dir.filePath(QString::fromLatin1(QTest::currentDataTag()) + QLatin1String(suffix));
-        QDir().mkpath(path);
-        return path;
-    }
-
 private Q_SLOTS:
-    void initTestCase()
-    {
-        qputenv("TZ", "UTC");
-        ::tzset();
-    }
-
-    void sizeText_data()
-    {
-        QTest::addColumn<quint64>("bytes");
-        QTest::addColumn<QString>("text");
-        QTest::newRow("zero") << quint64(0) << S("0 bytes");
-        QTest::newRow("one, no singular") << quint64(1) << S("1 bytes");
-        QTest::newRow("rounded after the unit") << quint64(999999) << S("1000.00 KB");
-        QTest::newRow("1,536,000") << quint64(1536000) << S("1.54 MB");
-        QTest::newRow("largest") << std::numeric_limits<quint64>::max() << S("18.45 EB");
-    }
     void sizeText()
     {
-        QFETCH(quint64, bytes);
-        QFETCH(QString, text);
-        QCOMPARE(CommonFuncs::getSizeInUnits(bytes), text);
+        for (const auto& [bytes, text] : {std::pair{quint64(1), "1 bytes"},         // no singular
+                                          std::pair{quint64(999999), "1000.00 KB"}, // rounded after the unit
+                                          std::pair{std::numeric_limits<quint64>::max(), "18.45 EB"}})
+            QCOMPARE(CommonFuncs::getSizeInUnits(bytes), QString::fromLatin1(text));
     }
 
-    void dateTexts_data()
-    {
-        QTest::addColumn<QDateTime>("date");
-        QTest::addColumn<QString>("text");
-        const QTimeZone utc = QTimeZone::utc();
-        QTest::newRow("after midnight")
-            << QDateTime(QDate(2024, 3, 5), QTime(0, 7, 9), utc) << S("Mar 05, 2024 12:07:09 AM");
-        // Another zone is shown in local time (UTC here).
-        QTest::newRow("other zone") << QDateTime(QDate(2022, 1, 1), QTime(1, 30, 0), QTimeZone(2 * 3600))
-                                    << S("Dec 31, 2021 11:30:00 PM");
-        QTest::newRow("no date") << QDateTime() << S();
-        QTest::newRow("record date in seconds")
-            << CommonFuncs::dateFromSeconds(1700000000.25) << S("Nov 14, 2023 10:13:20 PM");
-    }
+    // English month names whatever the user's language; another zone is shown in local time
+    // (UTC under the test harness).
     void dateTexts()
     {
-        QFETCH(QDateTime, date);
-        QFETCH(QString, text);
-        // Month names stay English whatever the user's language.
         QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
-        const QString shown = CommonFuncs::getDateTimeStringFromDate(date);
+        QStringList shown;
+        for (const QDateTime& date :
+             {QDateTime(QDate(2024, 3, 5), QTime(0, 7, 9), QTimeZone::utc()),
+              QDateTime(QDate(2022, 1, 1), QTime(1, 30), QTimeZone(7200)), QDateTime()})
+            shown << CommonFuncs::getDateTimeStringFromDate(date);
         QLocale::setDefault(QLocale::c());
-        QCOMPARE(shown, text);
-        QVERIFY(!CommonFuncs::dateFromSeconds(0).isValid());
-        QCOMPARE(CommonFuncs::dateFromSeconds(1.5).toMSecsSinceEpoch(), qint64(1500));
+        QCOMPARE(shown, (QStringList{"Mar 05, 2024 12:07:09 AM", "Dec 31, 2021 11:30:00 PM", ""}));
+        QVERIFY(!CommonFuncs::dateFromSeconds(0).isValid() &&
+                CommonFuncs::dateFromSeconds(1.5).toMSecsSinceEpoch() == 1500);
     }
 
-    // albumData: the property list's name, "" for none, "garbage:<name>" for a cut-off file.
-    // masters: the folder's name, "" for none, "file:<name>" for a plain file.
-    // verdict: masters found, accepted as a library, version 9 or later.
+    // An iPhoto library is accepted, with its masters, only at version 9 and with a Masters
+    // folder; names in any letter case. version: null for a cut-off property list.
     void photoLibraries_data()
     {
-        QTest::addColumn<QString>("albumData");
-        QTest::addColumn<QString>("appVersion");
-        QTest::addColumn<QString>("masters");
-        QTest::addColumn<QString>("version");
-        QTest::addColumn<QList<bool>>("verdict");
-        const S album("AlbumData.xml");
-        const QList<bool> all{true, true, true}, nineOnly{false, false, true}, none{false, false, false};
-        QTest::newRow("iPhoto 9") << album << S("9.6.1") << S("Masters") << S("9") << all;
-        QTest::newRow("names in other case")
-            << S("albumdata.XML") << S("9.0") << S("MASTERS") << S("9") << all;
-        QTest::newRow("9 without masters") << album << S("9.6") << S() << S("9") << nineOnly;
-        QTest::newRow("masters is a file") << album << S("9.6") << S("file:Masters") << S("9") << nineOnly;
-        QTest::newRow("iPhoto 8") << album << S("8.1.2") << S("Masters") << S("8") << none;
-        QTest::newRow("later than 9") << album << S("10.0") << S("Masters") << S("10") << nineOnly;
-        QTest::newRow("no AlbumData.xml") << S() << S() << S("Masters") << S() << none;
-        QTest::newRow("not a property list")
-            << S("garbage:AlbumData.xml") << S() << S("Masters") << S() << none;
+        QTest::addColumn<QByteArray>("albumData");
+        QTest::addColumn<QByteArray>("version");
+        QTest::addColumn<QByteArray>("masters"); // "file:" for a plain file
+        QTest::addColumn<bool>("accepted");
+        const auto row = [](const char* tag, const char* album, const char* version, const char* masters,
+                            bool ok) {
+            QTest::newRow(tag) << QByteArray(album) << QByteArray(version) << QByteArray(masters) << ok;
+        };
+        row("iPhoto 9", "AlbumData.xml", "9.6.1", "Masters", true);
+        row("other case", "albumdata.XML", "9.0", "MASTERS", true);
+        row("masters a file", "AlbumData.xml", "9.6", "file:Masters", false);
+        row("iPhoto 8", "AlbumData.xml", "8.1.2", "Masters", false);
+        row("later than 9", "AlbumData.xml", "10.0", "Masters", false);
+        row("cut-off list", "AlbumData.xml", nullptr, "Masters", false);
     }
     void photoLibraries()
     {
-        QFETCH(QString, albumData);
-        QFETCH(QString, appVersion);
-        QFETCH(QString, masters);
-        QFETCH(QString, version);
-        QFETCH(QList<bool>, verdict);
-        const QString lib = rowFolder(".photolibrary");
-        // A cut-off list has no closing tags.
-        const QByteArray xml =
+        QFETCH(QByteArray, albumData);
+        QFETCH(QByteArray, version);
+        QFETCH(QByteArray, masters);
+        QFETCH(bool, accepted);
+        const QByteArray lib = QFile::encodeName(m_dir.filePath(QTest::currentDataTag())) + ".photolibrary";
+        QVERIFY(TestSupport::writeFile(
+            lib + '/' + albumData,
             "<?xml version=\"1.0\"?><plist version=\"1.0\"><dict><key>Application Version</key>" +
-            (albumData.startsWith(S("garbage:"))
-                 ? QByteArray()
-                 : "<string>" + appVersion.toUtf8() + "</string></dict></plist>");
-        QFile list(lib + '/' + albumData.section(':', -1));
-        QVERIFY(albumData.isEmpty() || (list.open(QIODevice::WriteOnly) && list.write(xml) == xml.size()));
-        list.close();
-        if (masters.startsWith(S("file:")))
-            QVERIFY(QFile(lib + '/' + masters.mid(5)).open(QIODevice::WriteOnly));
-        else if (!masters.isEmpty())
-            QVERIFY(QDir().mkpath(lib + '/' + masters + S("/2012/IMG_1.JPG")));
-
-        const QByteArray path = QFile::encodeName(lib);
-        QCOMPARE(CommonFuncs::getPhotoLibraryVersion(path), version);
-        QCOMPARE(CommonFuncs::photoLibrary_MastersOrOriginal(path), verdict[0] ? S("masters") : S());
-        QCOMPARE(CommonFuncs::isPkgPhotoLib(path), verdict[1]);
-        QCOMPARE(CommonFuncs::isiPhotoLibrary9AndAbove(path), verdict[2]);
-        // Nothing renamed or lower-cased on the way.
-        QVERIFY(masters.isEmpty() || QFileInfo::exists(lib + '/' + masters.section(':', -1)));
+                (version.isNull() ? QByteArray() : "<string>" + version + "</string></dict></plist>")));
+        QVERIFY(masters.startsWith("file:") ? TestSupport::writeFile(lib + '/' + masters.mid(5), {})
+                                            : TestSupport::makeDir(lib + '/' + masters + "/2012"));
+        QCOMPARE(CommonFuncs::getPhotoLibraryVersion(lib), QString::fromLatin1(version.split('.').first()));
+        QCOMPARE(CommonFuncs::photoLibrary_MastersOrOriginal(lib), accepted ? S("masters") : S());
+        QCOMPARE(CommonFuncs::isPkgPhotoLib(lib), accepted);
+        QCOMPARE(CommonFuncs::isiPhotoLibrary9AndAbove(lib), version.split('.').first().toInt() >= 9);
     }
 
-    void photosDatabasePath_data()
-    {
-        QTest::addColumn<QStringList>("present");
-        QTest::addColumn<QString>("chosen");
-        QTest::newRow("all four") << QStringList{S("database/apdb/Library.apdb"), S("database/Library.apdb"),
-                                                 S("database/apdb/photos.db"), S("database/photos.db")}
-                                  << S("database/apdb/Library.apdb");
-        QTest::newRow("second before third")
-            << QStringList{S("database/Library.apdb"), S("database/apdb/photos.db")}
-            << S("database/Library.apdb");
-        QTest::newRow("other letter case, real names kept")
-            << QStringList{S("Database/APDB/library.APDB")} << S("Database/APDB/library.APDB");
-        QTest::newRow("none: the last, unchecked") << QStringList() << S("database/photos.db");
-    }
+    // The first present of four candidates, in any letter case with the real names kept; with
+    // none present, the last one.
     void photosDatabasePath()
     {
-        QFETCH(QStringList, present);
-        QFETCH(QString, chosen);
-        const QString lib = rowFolder(".photoslibrary");
-        for (const QString& relative : present) {
-            QVERIFY(QDir(lib).mkpath(QFileInfo(relative).path()));
-            QVERIFY(QFile(lib + '/' + relative).open(QIODevice::WriteOnly));
+        const QByteArray lib = QFile::encodeName(m_dir.filePath(S("db.photoslibrary")));
+        QVERIFY(TestSupport::makeDir(lib));
+        QCOMPARE(CommonFuncs::getDataBasePathForPhotosLib(lib), lib + "/database/photos.db");
+        for (const char* name : {"Database/photos.DB", "Database/APDB/photos.db", "Database/library.apdb",
+                                 "Database/APDB/Library.apdb"}) {
+            QVERIFY(TestSupport::writeFile(lib + '/' + name, {}));
+            QCOMPARE(CommonFuncs::getDataBasePathForPhotosLib(lib), lib + '/' + name);
         }
-        QCOMPARE(CommonFuncs::getDataBasePathForPhotosLib(QFile::encodeName(lib)),
-                 QFile::encodeName(lib + '/' + chosen));
     }
 };
 
