@@ -128,6 +128,9 @@ private Q_SLOTS:
             << QList<QByteArray>{"TREE/a/one/x"} << QByteArray("Not a directory");
         QTest::newRow("one item") << QList<QByteArray>{"TREE/a/one"}
                                   << QByteArray("Only one item detected in the selected path(s).");
+        QTest::newRow("exclude and no-exclude")
+            << QList<QByteArray>{"--exclude", "TREE/a", "--no-exclude", "TREE"}
+            << QByteArray("cannot be used together");
         QTest::newRow("trash without keep")
             << QList<QByteArray>{"--trash", "TREE"} << QByteArray("--trash needs --keep");
         QTest::newRow("keep what") << QList<QByteArray>{"--keep", "largest", "--trash", "TREE"}
