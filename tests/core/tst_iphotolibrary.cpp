@@ -10,6 +10,7 @@
 
 using Photo = IPhotoLibraryFixture::Photo;
 using Paths = QList<QByteArray>;
+using SqliteFixtureHelpers::Database;
 
 class TestIPhotoLibrary : public QObject
 {
@@ -132,9 +133,9 @@ private Q_SLOTS:
         const QByteArray moved = m_tree.path("Nouvel \xe9t\xe9.photolibrary");
         QCOMPARE(::rename(lib.libraryPath().constData(), moved.constData()), 0);
         const QByteArray db = moved + "/Database/apdb/Library.apdb";
-        const auto count = [&](const char* sql) { return IPhotoLibraryFixture::queryInt(db, sql); };
+        const auto count = [&](const char* sql) { return Database(db).value(sql).toInt(); };
         const auto inTrash = [&](const QByteArray& t, const QString& uuid) {
-            return IPhotoLibraryFixture::queryInt(db, "SELECT isInTrash FROM " + t + " WHERE uuid=?", {uuid});
+            return Database(db).value("SELECT isInTrash FROM " + t + " WHERE uuid=?", {uuid}).toInt();
         };
         DataFiller& f = read(moved);
         QCOMPARE(f.arrImagePaths.value(1), moved + "/Previews/2013/a.jpg");
