@@ -151,26 +151,24 @@ private Q_SLOTS:
     // At least one shown file of a group stays unmarked. Clicks: i checks file i, ~i unchecks it.
     void oneUnmarked_data()
     {
-        QTest::addColumn<int>("files");
         QTest::addColumn<QList<int>>("clicks");
         QTest::addColumn<QList<int>>("states");
         QTest::addColumn<int>("alerts");
-        QTest::newRow("two: the second is refused") << 2 << QList<int>{0, 1} << QList<int>{1, 0} << 1;
-        QTest::newRow("three: two may go") << 3 << QList<int>{0, 1, 2} << QList<int>{1, 1, 0} << 1;
-        QTest::newRow("unchecking frees another") << 2 << QList<int>{0, ~0, 1} << QList<int>{0, 1} << 0;
+        QTest::newRow("two: the second is refused") << QList<int>{0, 1} << QList<int>{1, 0} << 1;
+        QTest::newRow("three: two may go") << QList<int>{0, 1, 2} << QList<int>{1, 1, 0} << 1;
+        QTest::newRow("unchecking frees another") << QList<int>{0, ~0, 1} << QList<int>{0, 1} << 0;
     }
     void oneUnmarked()
     {
-        QFETCH(int, files);
         QFETCH(QList<int>, clicks);
         QFETCH(QList<int>, states);
         QFETCH(int, alerts);
         Review r;
-        r.group(QList<FileSpec>(files, FileSpec{"f.txt"}));
+        r.group(QList<FileSpec>(states.size(), FileSpec{"f.txt"}));
         r.start();
         for (int click : clicks)
             r.model.updateNodeState(r.file(0, click < 0 ? ~click : click), click >= 0);
-        for (int i = 0; i < files; ++i)
+        for (int i = 0; i < states.size(); ++i)
             QCOMPARE(r.file(0, i)->state, states[i]);
         QCOMPARE(r.alerts.alerts().size(), alerts);
         QCOMPARE(r.model.countMarked(), int(states.count(1)));
@@ -271,7 +269,6 @@ private Q_SLOTS:
         r.model.addObjectsToGroupArray();
         QCOMPARE(r.shown(), shown);
         QCOMPARE(r.model.summary().lblDupCount, dupLine);
-        QCOMPARE(r.model.summary().catIssueVisible, shown.isEmpty());
         QCOMPARE(r.model.countMarked(), f->isPhotosNode && !inAlbum ? 1 : 0);
         r.model.showAllGroupItems(); // the other categories are intact
         QCOMPARE(int(r.model.arrGroups().size()), 5 - int(shown.isEmpty()));
