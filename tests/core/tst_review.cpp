@@ -174,32 +174,35 @@ private Q_SLOTS:
         QCOMPARE(r.model.countMarked(), int(states.count(1)));
     }
 
-    // keepFile: -1 automatic marking by the settings, 0..2 the
-    // keep control. Files are "name:day[:library kind]".
+    // keepFile: -1 automatic marking by the settings, 0..2 the keep control.
     void keepRules_data()
     {
         QTest::addColumn<int>("keepFile");
         QTest::addColumn<int>("autoSelectOption");
         QTest::addColumn<bool>("autoMarkPhotos");
         QTest::addColumn<bool>("photosInstalled");
-        QTest::addColumn<QByteArrayList>("files");
+        QTest::addColumn<QList<FileSpec>>("files");
         QTest::addColumn<QByteArray>("kept");
         const auto row = [](const char* tag, int keepFile, int option, bool autoMarkPhotos,
-                            bool photosInstalled, const QByteArrayList& files, const char* kept) {
+                            bool photosInstalled, const QList<FileSpec>& files, const char* kept) {
             QTest::newRow(tag) << keepFile << option << autoMarkPhotos << photosInstalled << files
                                << QByteArray(kept);
         };
-        const QByteArrayList days{"d2:2", "d1:1", "d3:3"};
+        const QList<FileSpec> days{{"d2", 10, 2}, {"d1", 10, 1}, {"d3", 10, 3}};
         row("option 1 keeps the oldest", -1, 1, false, true, days, "d1");
         row("option 0 keeps the newest", -1, 0, false, true, days, "d3");
         row("keep control 1 keeps the newest", 1, 1, false, true, days, "d3");
         row("keep control 2 keeps the oldest", 2, 0, false, true, days, "d1");
         row("keep control 0 only unmarks", 0, 1, false, true, days, "");
-        row("Photos item kept whatever the dates", -1, 1, false, true, {"plain:1", "lib:3:p"}, "lib");
-        row("autoMarkPhotos keeps the plain file", -1, 1, true, true, {"plain:3", "lib:1:p"}, "plain");
-        row("date order kept among plain files", -1, 1, true, true, {"p2:3", "lib:2:p", "p1:1"}, "p1");
-        row("iPhoto item without Photos", -1, 1, false, false, {"plain:1", "ip:2:i"}, "ip");
-        row("iPhoto item is plain with Photos", -1, 1, false, true, {"plain:1", "ip:2:i"}, "plain");
+        row("Photos item kept whatever the dates", -1, 1, false, true,
+            {{"plain", 10, 1}, {"lib", 10, 3, 'p'}}, "lib");
+        row("autoMarkPhotos keeps the plain file", -1, 1, true, true, {{"plain", 10, 3}, {"lib", 10, 1, 'p'}},
+            "plain");
+        row("date order kept among plain files", -1, 1, true, true,
+            {{"p2", 10, 3}, {"lib", 10, 2, 'p'}, {"p1", 10, 1}}, "p1");
+        row("iPhoto item without Photos", -1, 1, false, false, {{"plain", 10, 1}, {"ip", 10, 2, 'i'}}, "ip");
+        row("iPhoto item is plain with Photos", -1, 1, false, true, {{"plain", 10, 1}, {"ip", 10, 2, 'i'}},
+            "plain");
     }
     void keepRules()
     {
@@ -207,19 +210,14 @@ private Q_SLOTS:
         QFETCH(int, autoSelectOption);
         QFETCH(bool, autoMarkPhotos);
         QFETCH(bool, photosInstalled);
-        QFETCH(QByteArrayList, files);
+        QFETCH(QList<FileSpec>, files);
         QFETCH(QByteArray, kept);
         const auto restore = qScopeGuard([] { AppGlobals::isPhotosAppInstalled = false; });
         AppGlobals::isPhotosAppInstalled = photosInstalled;
         Review r;
         r.tree.settings().setAutoSelectOption(autoSelectOption);
         r.tree.settings().setAutoMarkPhotos(autoMarkPhotos);
-        QList<FileSpec> specs;
-        for (const QByteArray& f : files) {
-            const QByteArrayList parts = f.split(':');
-            specs << FileSpec{parts[0], 10, parts[1].toInt(), parts.size() > 2 ? parts[2][0] : char(0)};
-        }
-        r.group(specs);
+        r.group(files);
         r.start();
         // A mark by hand first: every rule starts by clearing the group.
         r.model.updateNodeState(r.file(0, 0), true);
