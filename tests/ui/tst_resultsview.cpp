@@ -21,10 +21,7 @@
 #include "widgets/IMGButton.h"
 
 #include <QAbstractItemModelTester>
-#include <QAction>
-#include <QButtonGroup>
 #include <QCheckBox>
-#include <QImage>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPainter>
@@ -37,11 +34,7 @@ namespace {
 class FailingFileViewer : public FileViewer
 {
 public:
-    bool showItems(const QList<QByteArray>& paths) override
-    {
-        asked += paths;
-        return false;
-    }
+    bool showItems(const QList<QByteArray>& paths) override { return asked += paths, false; }
     QList<QByteArray> asked;
 };
 
@@ -51,8 +44,6 @@ struct Spec
     quint64 size;
     int day;
 };
-
-const QSize kScreenSize(990, 620);
 
 } // namespace
 
@@ -72,9 +63,8 @@ class TestResultsView : public QObject
             DuplicateGroup* group = result->addGroup();
             for (const Spec& spec : specs) {
                 FileInfoNode n;
-                n.filePath = root.isEmpty() ? m_tree->file(spec.path, QByteArray(16, 'x')) : root + spec.path;
-                if (!QFile::exists(QFile::decodeName(n.filePath)))
-                    TestSupport::writeFile(n.filePath, QByteArray(16, 'x'));
+                n.filePath = (root.isEmpty() ? m_tree->root() : root) + '/' + spec.path;
+                TestSupport::writeFile(n.filePath, QByteArray(16, 'x'));
                 n.fileSize = spec.size;
                 n.createDate = 1700000000.0 + spec.day * 86400.0;
                 n.fileCategory = FileInfoNode::categoryForPath(n.filePath, true);
@@ -93,7 +83,7 @@ class TestResultsView : public QObject
     {
         auto view = std::make_unique<DetailResultViewController>(m_tree->settings(), m_alerts);
         view->setFileViewer(&m_viewer);
-        view->resize(kScreenSize);
+        view->resize(990, 620); // the main window less its header
         view->show();
         view->showResultDetail(std::move(result));
         return view;
@@ -137,65 +127,51 @@ private Q_SLOTS:
         QAbstractItemModelTester filesTester(view->fileModel(),
                                              QAbstractItemModelTester::FailureReportingMode::QtTest);
         GroupTableModel* groups = view->groupModel();
-        QCOMPARE(groups->rowCount(), 4);
         QCOMPARE(groups->index(0, GroupTableModel::NameColumn).data().toString(),
                  QStringLiteral("report.pdf"));
         QCOMPARE(groups->index(0, GroupTableModel::ItemsColumn).data().toString(),
                  QStringLiteral("3 items, 27.00 KB"));
-        QCOMPARE(
-            groups->index(3, GroupTableModel::ItemsColumn).data(GroupTableModel::RawValueRole).toULongLong(),
-            200u);
 
         FileTableModel* files = view->fileModel();
-        QCOMPARE(files->rowCount(), 3);
         QCOMPARE(view->tvFileDupResult()->currentIndex().row(), 0);
         const QModelIndex detail = files->index(1, FileTableModel::DetailColumn);
         QCOMPARE(detail.data().toString(), QStringLiteral("report.pdf"));
         QCOMPARE(detail.data(FileTableModel::FolderRole).toString(), QString::fromUtf8(m_tree->path("Mail")));
-        QCOMPARE(files->index(1, FileTableModel::SizeColumn).data().toString(), QStringLiteral("9.00 KB"));
 
         QVERIFY(
             files->setData(files->index(1, FileTableModel::StateColumn), Qt::Checked, Qt::CheckStateRole));
-        QCOMPARE(files->index(1, FileTableModel::StateColumn).data(Qt::CheckStateRole).toInt(),
-                 int(Qt::Checked));
         QCOMPARE(groups->index(0, GroupTableModel::SelectedColumn).data().toString(),
                  QStringLiteral("1 of 3 selected"));
         QCOMPARE(view->lblNumMarkedFiles()->text(), QStringLiteral("1 item(s) marked 9.00 KB"));
         QVERIFY(view->btnTrash()->isEnabled() && view->btnDeselectAll()->isEnabled());
-        settle(view.get());
-        saveScreen(view.get(), QStringLiteral("results-marked"));
 
         // Another group drives the file table and the preview.
         view->tvAllDupResult()->setCurrentIndex(groups->index(2, 0));
         QCOMPARE(files->rowCount(), 2);
-        QCOMPARE(view->preview()->lblPreviewFileName()->text(),
-                 files->index(0, FileTableModel::DetailColumn).data().toString());
         QTRY_COMPARE(view->preview()->shownPath(), files->fileAt(0)->filePath);
+        // A file the file manager cannot show is reported.
+        view->actions()->showInFileManager()->trigger();
+        QCOMPARE(m_viewer.asked, QList<QByteArray>{files->fileAt(0)->filePath});
+        QCOMPARE(m_alerts.alerts().value(0).messageText,
+                 QStringLiteral("The file could not be shown in the file manager."));
     }
 
     void categoriesSearchAndCleaning()
     {
         auto view = standardView();
-        settle(view.get());
-        saveScreen(view.get(), QStringLiteral("results-all"));
         view->categoryBar()->button(CategoryImages)->click();
         QCOMPARE(view->groupModel()->rowCount(), 2);
         QCOMPARE(view->lblDupCount()->text(), QStringLiteral("Images: 2 duplicate(s) found 4.10 KB"));
         QCOMPARE(view->categoryBar()->highlighted(), int(CategoryImages));
-        settle(view.get());
-        saveScreen(view.get(), QStringLiteral("results-images"));
 
         view->categoryBar()->button(CategoryVideos)->click();
         QCOMPARE(m_alerts.alerts().size(), 1);
         QCOMPARE(m_alerts.alerts().first().messageText, QStringLiteral("Oops! No duplicate videos found"));
         QCOMPARE(view->categoryBar()->highlighted(), int(CategoryImages));
-        QCOMPARE(view->groupModel()->rowCount(), 2);
 
         view->searchTextField()->setText(QStringLiteral("  CAT "));
         QTRY_COMPARE(view->groupModel()->rowCount(), 1);
         QCOMPARE(view->groupModel()->index(0, 0).data().toString(), QStringLiteral("cat.png"));
-        settle(view.get());
-        saveScreen(view.get(), QStringLiteral("results-search"));
 
         // Choosing the category again drops the search; then its groups go to the Trash
         view->categoryBar()->button(CategoryImages)->click();
@@ -213,31 +189,6 @@ private Q_SLOTS:
         QCOMPARE(view->lblDupCount()->text(), QStringLiteral("There are no duplicates in this category"));
         QVERIFY(!view->btnAutoSelect()->isEnabled());
         QVERIFY(view->preview()->lblPreviewFileName()->text().isEmpty());
-        saveScreen(view.get(), QStringLiteral("results-category-cleaned"));
-    }
-
-    void autoMarkPanelAndSortPopup()
-    {
-        auto view = standardView();
-        view->btnAutoSelect()->click();
-        AutoMarkPanel* panel = view->windowAutoMark();
-        QVERIFY(panel && panel->isVisible());
-        saveScreen(panel, QStringLiteral("results-automark-panel"));
-        panel->doNotShowCheckBox()->click();
-        QVERIFY(m_tree->settings().doNotShowAutoMarkDialog());
-        panel->continueButton()->click();
-        QCOMPARE(view->review()->countMarked(), 5);
-        QCOMPARE(view->groupModel()->index(0, GroupTableModel::SelectedColumn).data().toString(),
-                 QStringLiteral("2 of 3 selected"));
-
-        // Name order, ascending: both check marks move.
-        view->popupForSorting()->item(2)->trigger();
-        view->popupForSorting()->item(6)->trigger();
-        QVERIFY(view->popupForSorting()->item(2)->isChecked() &&
-                view->popupForSorting()->item(6)->isChecked());
-        QVERIFY(!view->popupForSorting()->item(0)->isChecked() &&
-                !view->popupForSorting()->item(7)->isChecked());
-        QCOMPARE(view->groupModel()->index(0, 0).data().toString(), QStringLiteral("beach.jpg"));
     }
 
     void stoppedScanSaysSo()
@@ -253,7 +204,6 @@ private Q_SLOTS:
     // Tab visits every control once in order and comes back round; the shortcuts act.
     void keyboard()
     {
-        m_tree->settings().setDoNotShowAutoMarkDialog(true);
         auto view = standardView();
         QVERIFY(QTest::qWaitForWindowActive(view.get()));
         const QList<QWidget*> chain = view->focusChain();
@@ -264,10 +214,7 @@ private Q_SLOTS:
             // Disabled controls are passed over.
             while (!expected->isEnabled())
                 expected = chain[++i % chain.size()];
-            QVERIFY2(
-                QApplication::focusWidget() == expected,
-                qPrintable(
-                    QStringLiteral("step %1: %2").arg(i).arg(QApplication::focusWidget()->objectName())));
+            QCOMPARE(QApplication::focusWidget(), expected);
         }
         for (QWidget* control : chain)
             QVERIFY2(!control->accessibleName().isEmpty(), control->metaObject()->className());
@@ -278,9 +225,7 @@ private Q_SLOTS:
         QCOMPARE(view->review()->selectedCategoryIndex(), ReviewModel::kAllCategories);
         QTest::keyClick(view.get(), Qt::Key_F, Qt::ControlModifier);
         QCOMPARE(QApplication::focusWidget(), view->searchTextField());
-        // Space types into the search field; in the file table it marks.
-        QTest::keyClick(view->searchTextField(), Qt::Key_Space);
-        QCOMPARE(view->review()->countMarked(), 0);
+        // In the file table Space marks.
         view->tvFileDupResult()->setFocus();
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_Down);
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_Space);
@@ -288,6 +233,11 @@ private Q_SLOTS:
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_M, Qt::ControlModifier | Qt::ShiftModifier);
         QCOMPARE(view->review()->countMarked(), 0);
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_M, Qt::ControlModifier);
+        AutoMarkPanel* panel = view->windowAutoMark();
+        QVERIFY(panel && panel->isVisible());
+        panel->doNotShowCheckBox()->click();
+        QVERIFY(m_tree->settings().doNotShowAutoMarkDialog());
+        panel->continueButton()->click();
         QCOMPARE(view->review()->countMarked(), 5);
         QSignalSpy trash(view.get(), &DetailResultViewController::trashRequested);
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_Delete);
@@ -295,42 +245,29 @@ private Q_SLOTS:
         QSignalSpy back(view.get(), &DetailResultViewController::backRequested);
         QTest::keyClick(view->tvFileDupResult(), Qt::Key_Left, Qt::AltModifier);
         QCOMPARE(back.size(), 1);
+        // Name order, ascending, from the sort popup.
+        view->popupForSorting()->item(2)->trigger();
+        view->popupForSorting()->item(6)->trigger();
+        QCOMPARE(view->groupModel()->index(0, 0).data().toString(), QStringLiteral("beach.jpg"));
     }
 
-    // A realistic home folder (QUILLON_SHOWCASE_HOME, else one inside the test's tree), for the
+    // A realistic home folder inside the test's tree, for the
     // picture of the results view: the largest group is a photo, which previews as a picture.
     void showcase()
     {
-        QByteArray home = qgetenv("QUILLON_SHOWCASE_HOME");
-        if (home.isEmpty())
-            home = m_tree->dir("home/sam");
+        const QByteArray home = m_tree->dir("home/sam");
+        const QList<QByteArray> photos{"Pictures/Holiday 2023/IMG_2041.jpg", "Desktop/To sort/IMG_2041.jpg",
+                                       "Backup/Phone/DCIM/IMG_2041 copy.jpg"};
+        auto result =
+            makeResult({{{photos[0], 4812331, 3}, {photos[1], 4812331, 40}, {photos[2], 4812331, 41}},
+                        {{"Documents/Tax return 2023.pdf", 1204551, 12},
+                         {"Downloads/Tax return 2023 (1).pdf", 1204551, 13}}},
+                       home);
         QImage photo(1200, 800, QImage::Format_RGB32);
-        QPainter painter(&photo);
-        QLinearGradient sky(0, 0, 0, 520);
-        sky.setColorAt(0, QColor(255, 170, 110));
-        sky.setColorAt(1, QColor(255, 225, 170));
-        painter.fillRect(0, 0, 1200, 520, sky);
-        painter.fillRect(0, 520, 1200, 280, QColor(40, 90, 140));
-        painter.setBrush(QColor(255, 240, 200));
-        painter.setPen(Qt::NoPen);
-        painter.drawEllipse(QPoint(820, 470), 90, 90);
-        painter.end();
-        const QList<QByteArray> photos{"/Pictures/Holiday 2023/IMG_2041.jpg", "/Desktop/To sort/IMG_2041.jpg",
-                                       "/Backup/Phone/DCIM/IMG_2041 copy.jpg"};
-        for (const QByteArray& path : photos) {
-            QVERIFY(TestSupport::makeDir(home + path.left(path.lastIndexOf('/'))));
-            QVERIFY(photo.save(QFile::decodeName(home + path), "JPEG", 90));
-        }
-        auto result = makeResult(
-            {{{photos[0], 4812331, 3}, {photos[1], 4812331, 40}, {photos[2], 4812331, 41}},
-             {{"/Documents/Taxes/Tax return 2023.pdf", 1204551, 12},
-              {"/Downloads/Tax return 2023 (1).pdf", 1204551, 13}},
-             {{"/Music/Kind of Blue/02 Freddie Freeloader.mp3", 4321042, 5},
-              {"/Downloads/02 Freddie Freeloader.mp3", 4321042, 30}},
-             {{"/Videos/Birthday.mp4", 2883120, 8}, {"/Desktop/Birthday.mp4", 2883120, 9}},
-             {{"/Documents/Letters/Landlord.odt", 22410, 2}, {"/Backup/Landlord.odt", 22410, 2}},
-             {{"/Downloads/quillon-1.0.tar.gz", 812114, 1}, {"/Projects/quillon-1.0.tar.gz", 812114, 1}}},
-            home);
+        photo.fill(QColor(255, 190, 130));
+        QPainter(&photo).fillRect(0, 520, 1200, 280, QColor(40, 90, 140));
+        for (const QByteArray& path : photos)
+            QVERIFY(photo.save(QFile::decodeName(home + '/' + path), "JPEG", 90));
         auto view = makeView(std::move(result));
         view->fileModel()->toggleMark(1);
         view->fileModel()->toggleMark(2);
@@ -338,16 +275,6 @@ private Q_SLOTS:
         QCOMPARE(int(*view->preview()->shownKind()), int(PreviewContent::Kind::Image));
         QCOMPARE(view->lblNumMarkedFiles()->text(), QStringLiteral("2 item(s) marked 9.62 MB"));
         saveScreen(view.get(), QStringLiteral("results-view"));
-    }
-
-    void revealFailureIsReported()
-    {
-        auto view = standardView();
-        view->actions()->showInFileManager()->trigger();
-        QCOMPARE(m_viewer.asked, QList<QByteArray>{view->fileModel()->fileAt(0)->filePath});
-        QCOMPARE(m_alerts.alerts().size(), 1);
-        QCOMPARE(m_alerts.alerts().first().messageText,
-                 QStringLiteral("The file could not be shown in the file manager."));
     }
 };
 
