@@ -131,6 +131,13 @@ int main(int argc, char** argv)
     options.minimumFileSize = cl->minimumFileSize;
     options.excludedFolders = cl->excludedFolders;
     options.useCache = !cl->noCache;
+    if (!qEnvironmentVariableIsEmpty("QUILLON_SCAN_REFERENCE")) {
+        // The plain walk the faster paths are checked against: one thread, every candidate
+        // read and digested on its own.
+        options.hashThreads = 1;
+        options.prefilter = false;
+        options.shareDigests = false;
+    }
 
     ScanEngine engine(settings, nullptr);
     engine.setOptions(options);
