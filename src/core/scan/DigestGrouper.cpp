@@ -2,6 +2,7 @@
 
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
+#include "scan/CacheBatchWriter.h"
 #include "scan/DigestWork.h"
 #include "scan/GroupsByDigest.h"
 #include "scan/ScanEngine.h"
@@ -124,7 +125,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     // The hashing threads read first blocks in grouping order, decide each size bucket as
     // soon as its last first block is in, and take the full digests that this asks for
     // before further first blocks. The groups are formed here, in grouping order, as the
-    // records become final; the cache batches are written meanwhile.
+    // records become final; the cache batches go to the writer thread meanwhile.
     std::vector<std::thread> hashers;
     const auto runHasher = [this, &work] {
         try {
@@ -162,6 +163,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     std::vector<FileInfoNode*> batch;
     batch.reserve(kBatchSize);
     std::vector<bool> grouped(m, false);
+    CacheBatchWriter writer(m_writeHashToFile);
     for (size_t i = 0; i < m; ++i) {
         if (m_state.aborted())
             break;
@@ -205,7 +207,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             batch.push_back(node);
         }
         if (batch.size() >= size_t(kBatchSize)) {
-            m_writeHashToFile(batch);
+            writer.add(batch);
             batch.clear();
         }
     }
@@ -220,11 +222,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         work.cand[i]->isMd5Calucaluted = true;
         batch.push_back(work.cand[i]);
     }
-    for (size_t begin = 0; begin < batch.size(); begin += size_t(kBatchSize)) {
-        const auto first = batch.begin() + qsizetype(begin);
-        m_writeHashToFile(std::vector<FileInfoNode*>(
-            first, first + qsizetype(std::min(batch.size() - begin, size_t(kBatchSize)))));
-    }
+    writer.add(batch);
+    writer.finish();
 
     m_result.countDup = m_state.countDup.load();
     m_result.sizeDup = m_state.sizeDup.load();
