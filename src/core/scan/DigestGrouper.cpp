@@ -159,7 +159,12 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         node->parent = group;
         return group;
     };
-    GroupsByDigest dictMapMD5ToGroup;
+    // A group is made when a second record of its (size, digest) comes: one-member groups,
+    // which the hand-off drops anyway, cost no memory. The groups are put back in the order
+    // of their first members at the end, the order the full-digest walk makes them in.
+    GroupsByDigest firstOfDigest(work.cand);
+    std::vector<std::pair<quint32, DuplicateGroup*>> made; // first member's index, group
+    const size_t groupsBefore = m_result.arrMainGroup.size();
     std::vector<FileInfoNode*> batch;
     batch.reserve(kBatchSize);
     std::vector<bool> grouped(m, false);
@@ -179,9 +184,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         }
         grouped[i] = true;
         if (status == DigestWork::Unique) {
-            // Proven unique: the one-member group the full digest would have made, no md5.
-            startGroup(node);
-            batch.push_back(node);
+            batch.push_back(node); // proven unique: no group, no md5
         } else {
             if (status == DigestWork::Cached && !node->isMd5Calucaluted) {
                 // The record shares the cached digest's bytes.
@@ -192,8 +195,13 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             node->isMd5Calucaluted = true;
             if (!node->md5.isEmpty()) {
                 const size_t hash = GroupsByDigest::hashOf(node->fileSize, node->md5);
-                DuplicateGroup* group = dictMapMD5ToGroup.find(node->fileSize, node->md5, hash);
-                if (group) {
+                const qint64 first = firstOfDigest.find(node->fileSize, node->md5, hash);
+                if (first >= 0) {
+                    DuplicateGroup* group = work.cand[size_t(first)]->parent;
+                    if (!group) {
+                        group = startGroup(work.cand[size_t(first)]);
+                        made.emplace_back(quint32(first), group);
+                    }
                     node->parent = group;
                     m_state.countDup.fetch_add(1, std::memory_order_relaxed);
                     m_state.sizeDup.fetch_add(node->fileSize, std::memory_order_relaxed);
@@ -201,7 +209,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                     group->filteredChildren.push_back(node);
                     group->children.push_back(node);
                 } else {
-                    dictMapMD5ToGroup.insert(startGroup(node), hash);
+                    firstOfDigest.insert(quint32(i), hash);
                 }
             }
             batch.push_back(node);
@@ -213,6 +221,10 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     }
     for (std::thread& t : hashers)
         t.join();
+    std::stable_sort(made.begin(), made.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (size_t g = 0; g < made.size(); ++g)
+        m_result.arrMainGroup[groupsBefore + g] = made[g].second;
 
     // After a stop, digests already computed for records not yet grouped still go to the
     // cache; the records stay out of the groups.
