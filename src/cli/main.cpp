@@ -18,6 +18,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -80,6 +81,10 @@ void showProgress(const ScanEngine& engine)
 
 int main(int argc, char** argv)
 {
+    // One malloc arena: the hashing threads' small allocations (digests) would otherwise
+    // spread over arenas of their own and hold on to their free space (about 70 bytes per
+    // scanned file at 200,000 files).
+    mallopt(M_ARENA_MAX, 1);
     // The application's log lines only on request, and then on standard error.
     if (qEnvironmentVariableIsEmpty("QUILLON_SCAN_LOG"))
         QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
