@@ -2,7 +2,7 @@
 # Benchmark of quillon-scan beside jdupes, fdupes and rmlint on generated trees.
 #
 #   bench/run.sh [FOLDER]      (default FOLDER: /tmp)
-#   PROFILES="small mixed large" SCALE=1 COLD=0 bench/run.sh
+#   PROFILES="small mixed large" SCALE=1 COLD=0 bench/run.sh   (PROFILES="": none)
 #
 # Installs the peers when missing, builds a Release quillon-scan, generates the seeded
 # profiles one after the other under FOLDER (small: about 50,000 small files; mixed: 5,000
@@ -171,7 +171,7 @@ run_memory() {
     rm -rf "$tree" "$WORK/tiny"
 }
 
-for profile in ${PROFILES:-small mixed large}; do
+for profile in ${PROFILES-small mixed large}; do
     run_profile "$profile"
 done
 echo

@@ -89,8 +89,9 @@ void DigestWork::digestSet(const std::vector<quint32>& set)
         }
     }
     done.notify_all();
-    // Whatever could not be settled side by side is read on its own, which gives the reason.
-    for (size_t k = 0; k < set.size(); ++k)
+    // Whatever could not be settled side by side is read on its own, which gives the reason;
+    // after a stop nothing more is read (the grouping stops before those records).
+    for (size_t k = 0; k < set.size() && !m_state.aborted(); ++k)
         if (digests[k].isEmpty())
             digestFully(set[k]);
 }
