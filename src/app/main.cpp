@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <malloc.h>
 
 namespace {
 
@@ -78,6 +79,10 @@ OpenRequest parseOpenRequest(const QStringList& arguments)
 
 int main(int argc, char* argv[])
 {
+    // One malloc arena: the hashing threads' small allocations (digests) would otherwise
+    // spread over arenas of their own and hold on to their free space (about 70 bytes per
+    // scanned file at 200,000 files).
+    mallopt(M_ARENA_MAX, 1);
     if (answerInformationOption(argc, argv))
         return 0;
     QApplication app(argc, argv);

@@ -296,6 +296,9 @@ EXIT STATUS
 ENVIRONMENT
     QUILLON_SCAN_LOG
         When set and not empty, the application's log lines are shown on standard error.
+    QUILLON_SCAN_REFERENCE
+        When set and not empty, every candidate is read and digested on its own by one
+        thread: slower, for checking that the faster paths find the same groups.
 
 FILES
     $XDG_CACHE_HOME/Quillon.db (default ~/.cache/Quillon.db)

@@ -21,6 +21,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
+#include <malloc.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -92,6 +93,10 @@ void showTrashProgress(const TrashRun& run)
 
 int main(int argc, char** argv)
 {
+    // One malloc arena: the hashing threads' small allocations (digests) would otherwise
+    // spread over arenas of their own and hold on to their free space (about 70 bytes per
+    // scanned file at 200,000 files).
+    mallopt(M_ARENA_MAX, 1);
     // The application's log lines only on request, and then on standard error.
     if (qEnvironmentVariableIsEmpty("QUILLON_SCAN_LOG"))
         QLoggingCategory::setFilterRules(QStringLiteral("*.info=false"));
@@ -143,6 +148,13 @@ int main(int argc, char** argv)
     options.minimumFileSize = cl->minimumFileSize;
     options.excludedFolders = cl->excludedFolders;
     options.useCache = !cl->noCache;
+    if (!qEnvironmentVariableIsEmpty("QUILLON_SCAN_REFERENCE")) {
+        // The plain walk the faster paths are checked against: one thread, every candidate
+        // read and digested on its own.
+        options.hashThreads = 1;
+        options.prefilter = false;
+        options.shareDigests = false;
+    }
 
     ScanEngine engine(settings, nullptr);
     engine.setOptions(options);

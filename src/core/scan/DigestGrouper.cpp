@@ -2,9 +2,9 @@
 
 #include "app/AppGlobals.h"
 #include "model/ScanResult.h"
+#include "scan/CacheBatchWriter.h"
+#include "scan/DigestWork.h"
 #include "scan/GroupsByDigest.h"
-#include "scan/PackageDigest.h"
-#include "scan/RecordedFile.h"
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
 #include "util/CommonFuncs.h"
@@ -13,180 +13,16 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
-#include <condition_variable>
-#include <deque>
-#include <fcntl.h>
-#include <memory>
 #include <mutex>
 #include <new>
-#include <optional>
-#include <sys/stat.h>
 #include <system_error>
 #include <thread>
-#include <unistd.h>
 #include <unordered_map>
-
-namespace {
-
-enum Status : quint8 {
-    Pending,    // nothing known yet
-    Cached,     // digest taken from the cache
-    Unreadable, // vanished, changed, not a regular file or unreadable: no digest
-    Digested,   // full digest computed
-    EdgesRead,  // first and last block read, digest still unknown
-    Unique,     // edges differ from every other file of its size: no full digest needed
-    NeedFull,   // full digest to compute
-};
-
-bool isFinal(quint8 status)
-{
-    return status == Cached || status == Unreadable || status == Digested || status == Unique;
-}
-
-} // namespace
-
-struct DigestGrouper::Work
-{
-    std::vector<FileInfoNode*> cand;                  // candidates in grouping order
-    std::vector<std::pair<quint32, quint32>> buckets; // [begin, end) in cand
-    std::vector<quint64> edgeKey;                     // hash of the first and last blocks
-    std::unique_ptr<std::atomic<quint8>[]> status;
-    bool prefilter = true;
-
-    std::vector<quint32> firstBlocks; // candidates whose first and last blocks are read
-    std::atomic<size_t> nextFirstBlock{0};
-    std::unique_ptr<std::atomic<quint32>[]> remaining; // per bucket: first blocks still to read
-
-    std::mutex mutex;              // guards the two below
-    std::deque<quint32> fullQueue; // candidates to digest fully, in the order they were decided
-    size_t bucketsUndecided = 0;
-    std::condition_variable done; // a record became final, or work was queued
-
-    size_t bucketOf(quint32 index) const
-    {
-        const auto it = std::upper_bound(buckets.begin(), buckets.end(), index,
-                                         [](quint32 i, const auto& range) { return i < range.first; });
-        return size_t(it - buckets.begin()) - 1;
-    }
-};
 
 DigestGrouper::DigestGrouper(ScanResult& result, ScanState& state, const ScanOptions& options,
                              BatchWriter writeHashToFile)
     : m_result(result), m_state(state), m_options(options), m_writeHashToFile(std::move(writeHashToFile))
 {}
-
-void DigestGrouper::readEdges(Work& work, size_t index) const
-{
-    FileInfoNode& node = *work.cand[index];
-    const RecordedFile::Edges edges = RecordedFile::readEdges(node, kBlockSize);
-    quint8 outcome = Unreadable;
-    if (!edges.md5.isEmpty()) {
-        node.md5 = edges.md5; // the whole file fitted in the first block
-        outcome = Digested;
-    } else if (edges.reason.isEmpty()) {
-        work.edgeKey[index] = edges.key;
-        outcome = EdgesRead;
-    } else {
-        skip(node, edges.reason);
-    }
-    work.status[index].store(outcome);
-}
-
-void DigestGrouper::skip(const FileInfoNode& node, const QString& reason) const
-{
-    CommonFuncs::logMissingDigest(node.filePath, &m_state.abortMe);
-    if (!m_state.aborted() && !reason.isEmpty())
-        m_result.addSkipped(node.filePath, reason);
-}
-
-void DigestGrouper::digestFully(Work& work, size_t index) const
-{
-    FileInfoNode& node = *work.cand[index];
-    m_state.setCurrentFile(node.filePath, true); // a long read: show it whatever the last update
-    QString reason;
-    QByteArray digest =
-        node.isDirectory ? PackageDigest::calculateMd5ForPackageFile(node.filePath, &m_state.abortMe, &reason)
-                         : RecordedFile::digest(node, &m_state.abortMe, reason);
-    if (m_state.aborted())
-        digest.clear(); // the item being read when the scan was stopped gets no digest
-    if (digest.isEmpty())
-        skip(node, reason);
-    {
-        std::lock_guard lock(work.mutex);
-        node.md5 = digest;
-        work.status[index].store(digest.isEmpty() ? Unreadable : Digested);
-    }
-    work.done.notify_all();
-}
-
-void DigestGrouper::decideBucket(Work& work, size_t bucket) const
-{
-    const auto [begin, end] = work.buckets[bucket];
-    bool anyCached = false;
-    for (quint32 i = begin; i < end; ++i)
-        anyCached = anyCached || work.status[i].load() == Cached;
-    // Another file of the size whose edges are unknown (cached) could share the digest.
-    std::unordered_map<quint64, quint32> keyCount;
-    if (!anyCached)
-        for (quint32 i = begin; i < end; ++i)
-            if (work.status[i].load() == EdgesRead)
-                ++keyCount[work.edgeKey[i]];
-    std::vector<quint32> full;
-    for (quint32 i = begin; i < end; ++i) {
-        if (work.status[i].load() != EdgesRead)
-            continue;
-        if (!anyCached && keyCount[work.edgeKey[i]] == 1) {
-            work.status[i].store(Unique);
-        } else {
-            work.status[i].store(NeedFull);
-            full.push_back(i);
-        }
-    }
-    {
-        std::lock_guard lock(work.mutex);
-        work.fullQueue.insert(work.fullQueue.end(), full.begin(), full.end());
-        --work.bucketsUndecided;
-    }
-    work.done.notify_all();
-}
-
-void DigestGrouper::hashWorker(Work& work) const
-{
-    for (;;) {
-        if (m_state.aborted())
-            break;
-        std::optional<quint32> full;
-        {
-            std::lock_guard lock(work.mutex);
-            if (!work.fullQueue.empty()) {
-                full = work.fullQueue.front();
-                work.fullQueue.pop_front();
-            }
-        }
-        if (full) {
-            digestFully(work, *full);
-            continue;
-        }
-        const size_t k = work.nextFirstBlock.fetch_add(1);
-        if (k < work.firstBlocks.size()) {
-            const quint32 index = work.firstBlocks[k];
-            m_state.setCurrentFile(work.cand[index]->filePath);
-            readEdges(work, index);
-            if (isFinal(work.status[index].load()))
-                work.done.notify_all();
-            const size_t bucket = work.bucketOf(index);
-            if (work.remaining[bucket].fetch_sub(1) == 1)
-                decideBucket(work, bucket);
-            continue;
-        }
-        // No first blocks left: wait for full digests that other threads' decisions queue.
-        std::unique_lock lock(work.mutex);
-        if (work.fullQueue.empty() && work.bucketsUndecided == 0)
-            break;
-        work.done.wait_for(lock, std::chrono::milliseconds(50));
-    }
-    work.done.notify_all();
-}
 
 void DigestGrouper::filterNodesWithSizeAndMd5()
 {
@@ -222,7 +58,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
 
     QElapsedTimer md5Timer;
     md5Timer.start();
-    Work work;
+    DigestWork work(m_result, m_state, m_options.shareDigests);
     {
         std::vector<quint32> offset(counts.size(), 0);
         quint32 total = 0;
@@ -255,27 +91,27 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         // A cached row counts only when its size is the record's too.
         if (!node->isMd5Calucaluted && it != AppGlobals::dictDataBaseFilesMd5.constEnd() &&
             quint64(it->fileSize) == node->fileSize) {
-            work.status[i].store(Cached);
+            work.status[i].store(DigestWork::Cached);
         } else if (node->isMd5Calucaluted) {
-            work.status[i].store(node->md5.isEmpty() ? Unreadable : Cached);
+            work.status[i].store(node->md5.isEmpty() ? DigestWork::Unreadable : DigestWork::Cached);
         }
     }
 
     // A one-file package's digest is its file's digest, so with packages about every file
     // needs its full digest.
-    work.prefilter = m_options.prefilter && !anyPackage;
+    const bool prefilter = m_options.prefilter && !anyPackage;
     work.remaining = std::make_unique<std::atomic<quint32>[]>(work.buckets.size());
     for (size_t b = 0; b < work.buckets.size(); ++b) {
         quint32 pending = 0;
         for (quint32 i = work.buckets[b].first; i < work.buckets[b].second; ++i) {
-            if (work.status[i].load() != Pending)
+            if (work.status[i].load() != DigestWork::Pending)
                 continue;
-            if (work.prefilter) {
+            if (prefilter) {
                 work.firstBlocks.push_back(i);
                 ++pending;
             } else {
-                work.status[i].store(NeedFull);
-                work.fullQueue.push_back(i);
+                work.status[i].store(DigestWork::NeedFull);
+                work.fullQueue.push_back({i});
             }
         }
         work.remaining[b].store(pending);
@@ -289,11 +125,11 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     // The hashing threads read first blocks in grouping order, decide each size bucket as
     // soon as its last first block is in, and take the full digests that this asks for
     // before further first blocks. The groups are formed here, in grouping order, as the
-    // records become final; the cache batches are written meanwhile.
+    // records become final; the cache batches go to the writer thread meanwhile.
     std::vector<std::thread> hashers;
     const auto runHasher = [this, &work] {
         try {
-            hashWorker(work);
+            work.run();
         } catch (const std::bad_alloc&) {
             m_state.outOfMemory = true;
             m_state.abortMe = true;
@@ -323,30 +159,34 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         node->parent = group;
         return group;
     };
-    GroupsByDigest dictMapMD5ToGroup;
+    // A group is made when a second record of its (size, digest) comes: one-member groups,
+    // which the hand-off drops anyway, cost no memory. The groups are put back in the order
+    // of their first members at the end, the order the full-digest walk makes them in.
+    GroupsByDigest firstOfDigest(work.cand);
+    std::vector<std::pair<quint32, DuplicateGroup*>> made; // first member's index, group
+    const size_t groupsBefore = m_result.arrMainGroup.size();
     std::vector<FileInfoNode*> batch;
     batch.reserve(kBatchSize);
     std::vector<bool> grouped(m, false);
+    CacheBatchWriter writer(m_writeHashToFile);
     for (size_t i = 0; i < m; ++i) {
         if (m_state.aborted())
             break;
         FileInfoNode* node = work.cand[i];
         m_state.setCurrentFile(node->filePath);
         quint8 status = work.status[i].load();
-        if (!isFinal(status)) {
+        if (!DigestWork::isFinal(status)) {
             std::unique_lock lock(work.mutex);
-            while (!isFinal(status = work.status[i].load()) && !m_state.aborted())
+            while (!DigestWork::isFinal(status = work.status[i].load()) && !m_state.aborted())
                 work.done.wait_for(lock, std::chrono::milliseconds(50));
-            if (!isFinal(status))
+            if (!DigestWork::isFinal(status))
                 break; // stopped before its digest came
         }
         grouped[i] = true;
-        if (status == Unique) {
-            // Proven unique: the one-member group the full digest would have made, no md5.
-            startGroup(node);
-            batch.push_back(node);
+        if (status == DigestWork::Unique) {
+            batch.push_back(node); // proven unique: no group, no md5
         } else {
-            if (status == Cached && !node->isMd5Calucaluted) {
+            if (status == DigestWork::Cached && !node->isMd5Calucaluted) {
                 // The record shares the cached digest's bytes.
                 const auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
                 if (it != AppGlobals::dictDataBaseFilesMd5.constEnd())
@@ -355,8 +195,13 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             node->isMd5Calucaluted = true;
             if (!node->md5.isEmpty()) {
                 const size_t hash = GroupsByDigest::hashOf(node->fileSize, node->md5);
-                DuplicateGroup* group = dictMapMD5ToGroup.find(node->fileSize, node->md5, hash);
-                if (group) {
+                const qint64 first = firstOfDigest.find(node->fileSize, node->md5, hash);
+                if (first >= 0) {
+                    DuplicateGroup* group = work.cand[size_t(first)]->parent;
+                    if (!group) {
+                        group = startGroup(work.cand[size_t(first)]);
+                        made.emplace_back(quint32(first), group);
+                    }
                     node->parent = group;
                     m_state.countDup.fetch_add(1, std::memory_order_relaxed);
                     m_state.sizeDup.fetch_add(node->fileSize, std::memory_order_relaxed);
@@ -364,32 +209,33 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                     group->filteredChildren.push_back(node);
                     group->children.push_back(node);
                 } else {
-                    dictMapMD5ToGroup.insert(startGroup(node), hash);
+                    firstOfDigest.insert(quint32(i), hash);
                 }
             }
             batch.push_back(node);
         }
         if (batch.size() >= size_t(kBatchSize)) {
-            m_writeHashToFile(batch);
+            writer.add(batch);
             batch.clear();
         }
     }
     for (std::thread& t : hashers)
         t.join();
+    std::stable_sort(made.begin(), made.end(),
+                     [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (size_t g = 0; g < made.size(); ++g)
+        m_result.arrMainGroup[groupsBefore + g] = made[g].second;
 
     // After a stop, digests already computed for records not yet grouped still go to the
     // cache; the records stay out of the groups.
     for (size_t i = 0; i < m; ++i) {
-        if (grouped[i] || work.status[i].load() != Digested || work.cand[i]->md5.isEmpty())
+        if (grouped[i] || work.status[i].load() != DigestWork::Digested || work.cand[i]->md5.isEmpty())
             continue;
         work.cand[i]->isMd5Calucaluted = true;
         batch.push_back(work.cand[i]);
     }
-    for (size_t begin = 0; begin < batch.size(); begin += size_t(kBatchSize)) {
-        const auto first = batch.begin() + qsizetype(begin);
-        m_writeHashToFile(std::vector<FileInfoNode*>(
-            first, first + qsizetype(std::min(batch.size() - begin, size_t(kBatchSize)))));
-    }
+    writer.add(batch);
+    writer.finish();
 
     m_result.countDup = m_state.countDup.load();
     m_result.sizeDup = m_state.sizeDup.load();

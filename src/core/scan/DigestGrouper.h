@@ -20,10 +20,11 @@ struct ScanResult;
 // candidates are taken bucket by bucket (buckets in order of their first record, records in
 // discovery order) and joined to groups in that order, whatever order the hashing threads
 // finish in. A file whose first and last 4 KiB differ from those of every other file of its
-// size (none of them cached) cannot share a digest, so it is not fully read: it gets a
-// one-member group of its own, exactly where the full digest would have created one, but no
-// md5 (and isMd5Calucaluted stays false). arrMainGroup therefore has the same groups in the
-// same order; the hand-off drops one-member groups anyway.
+// size (none of them cached) cannot share a digest, so it is not fully read: no md5 (and
+// isMd5Calucaluted stays false). Only groups of two or more are made, in arrMainGroup in the
+// order of their first members: the order the full-digest walk gives them.
+// Candidates of one size with equal edges are digested as a set (IdenticalSetDigest): one
+// MD5 per run of byte-identical files, each member still getting its own full digest.
 class DigestGrouper
 {
 public:
@@ -35,16 +36,8 @@ public:
     void filterNodesWithSizeAndMd5();
 
     static constexpr int kBatchSize = 1000;
-    static constexpr qint64 kBlockSize = 4096;
 
 private:
-    struct Work;
-    void readEdges(Work& work, size_t index) const;
-    void digestFully(Work& work, size_t index) const;
-    void skip(const FileInfoNode& node, const QString& reason) const;
-    void decideBucket(Work& work, size_t bucket) const;
-    void hashWorker(Work& work) const;
-
     ScanResult& m_result;
     ScanState& m_state;
     ScanOptions m_options;

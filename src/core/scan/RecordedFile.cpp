@@ -137,7 +137,7 @@ QByteArray RecordedFile::digest(const FileInfoNode& node, const std::atomic<bool
 {
     QByteArray md5;
     const bool ok = readChecked(node, reason, [&](int fd) {
-        md5 = FileMD5HashCreateWithDescriptor(fd, 4096, abortFlag);
+        md5 = FileMD5HashCreateWithDescriptor(fd, 256 * 1024, abortFlag); // large reads, fewer calls
         if (md5.isEmpty() && errno == 0 && !abortFlag->load())
             errno = EIO;
         return !md5.isEmpty();

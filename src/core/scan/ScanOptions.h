@@ -16,6 +16,9 @@ struct ScanOptions
     // Skips the full digest of a file whose first and last blocks differ from those of every
     // other file of its size. Never changes a group of two or more, nor the counts.
     bool prefilter = true;
+    // Digests same-size candidates with equal edges side by side, one MD5 per set of
+    // byte-identical files. Never changes a digest, a group or the counts.
+    bool shareDigests = true;
     // Whether the application with a bundle identifier runs (the photo-library wait);
     // unset: CommonFuncs::checkAppOpen.
     std::function<bool(const QString&)> applicationRunning;

@@ -14,7 +14,7 @@
 namespace {
 
 // Abort is polled after every slice, so it is noticed within this much hashing work.
-constexpr size_t kSlice = 4096;
+constexpr size_t kSlice = 64 * 1024;
 
 bool isAborted(const std::atomic<bool>* abortFlag)
 {
@@ -134,7 +134,7 @@ QByteArray FileMD5HashCreateWithDescriptor(int fd, size_t chunkSize, const std::
 QByteArray CommonFuncs::getFileMD5UsingStreamWithAbortFlag(const QByteArray& path,
                                                            const std::atomic<bool>* abortFlag)
 {
-    const QByteArray md5 = FileMD5HashCreateWithPath(path, 4096, abortFlag);
+    const QByteArray md5 = FileMD5HashCreateWithPath(path, 256 * 1024, abortFlag);
     if (md5.isEmpty())
         logMissingDigest(path, abortFlag);
     return md5;

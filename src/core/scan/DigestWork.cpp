@@ -1,0 +1,176 @@
+#include "scan/DigestWork.h"
+
+#include "model/ScanResult.h"
+#include "scan/IdenticalSetDigest.h"
+#include "scan/PackageDigest.h"
+#include "scan/RecordedFile.h"
+#include "scan/ScanState.h"
+#include "util/CommonFuncs.h"
+
+#include <algorithm>
+#include <optional>
+#include <unordered_map>
+
+DigestWork::DigestWork(ScanResult& result, ScanState& state, bool shareDigests)
+    : m_result(result), m_state(state), m_shareDigests(shareDigests)
+{}
+
+size_t DigestWork::bucketOf(quint32 index) const
+{
+    const auto it = std::upper_bound(buckets.begin(), buckets.end(), index,
+                                     [](quint32 i, const auto& range) { return i < range.first; });
+    return size_t(it - buckets.begin()) - 1;
+}
+
+void DigestWork::readEdges(size_t index)
+{
+    FileInfoNode& node = *cand[index];
+    const RecordedFile::Edges edges = RecordedFile::readEdges(node, kBlockSize);
+    quint8 outcome = Unreadable;
+    if (!edges.md5.isEmpty()) {
+        node.md5 = edges.md5; // the whole file fitted in the first block
+        outcome = Digested;
+    } else if (edges.reason.isEmpty()) {
+        edgeKey[index] = edges.key;
+        outcome = EdgesRead;
+    } else {
+        skip(node, edges.reason);
+    }
+    status[index].store(outcome);
+}
+
+void DigestWork::skip(const FileInfoNode& node, const QString& reason) const
+{
+    CommonFuncs::logMissingDigest(node.filePath, &m_state.abortMe);
+    if (!m_state.aborted() && !reason.isEmpty())
+        m_result.addSkipped(node.filePath, reason);
+}
+
+void DigestWork::digestFully(size_t index)
+{
+    FileInfoNode& node = *cand[index];
+    m_state.setCurrentFile(node.filePath, true); // a long read: show it whatever the last update
+    QString reason;
+    QByteArray digest =
+        node.isDirectory ? PackageDigest::calculateMd5ForPackageFile(node.filePath, &m_state.abortMe, &reason)
+                         : RecordedFile::digest(node, &m_state.abortMe, reason);
+    if (m_state.aborted())
+        digest.clear(); // the item being read when the scan was stopped gets no digest
+    if (digest.isEmpty())
+        skip(node, reason);
+    {
+        std::lock_guard lock(mutex);
+        node.md5 = digest;
+        status[index].store(digest.isEmpty() ? Unreadable : Digested);
+    }
+    done.notify_all();
+}
+
+void DigestWork::digestSet(const std::vector<quint32>& set)
+{
+    if (set.size() < 2 || cand[set.front()]->isDirectory) {
+        for (quint32 index : set)
+            digestFully(index);
+        return;
+    }
+    std::vector<FileInfoNode*> nodes;
+    nodes.reserve(set.size());
+    for (quint32 index : set)
+        nodes.push_back(cand[index]);
+    m_state.setCurrentFile(nodes.front()->filePath, true);
+    const std::vector<QByteArray> digests = IdenticalSetDigest::digest(nodes, &m_state.abortMe);
+    {
+        std::lock_guard lock(mutex);
+        for (size_t k = 0; k < set.size(); ++k) {
+            if (digests[k].isEmpty())
+                continue;
+            nodes[k]->md5 = digests[k];
+            status[set[k]].store(Digested);
+        }
+    }
+    done.notify_all();
+    // Whatever could not be settled side by side is read on its own, which gives the reason;
+    // after a stop nothing more is read (the grouping stops before those records).
+    for (size_t k = 0; k < set.size() && !m_state.aborted(); ++k)
+        if (digests[k].isEmpty())
+            digestFully(set[k]);
+}
+
+void DigestWork::decideBucket(size_t bucket)
+{
+    const auto [begin, end] = buckets[bucket];
+    bool anyCached = false;
+    for (quint32 i = begin; i < end; ++i)
+        anyCached = anyCached || status[i].load() == Cached;
+    // Another file of the size whose edges are unknown (cached) could share the digest.
+    std::unordered_map<quint64, quint32> keyCount;
+    if (!anyCached)
+        for (quint32 i = begin; i < end; ++i)
+            if (status[i].load() == EdgesRead)
+                ++keyCount[edgeKey[i]];
+    // Candidates with equal edges form one set, in order of their first member.
+    std::vector<std::vector<quint32>> sets;
+    std::unordered_map<quint64, size_t> setOfKey;
+    for (quint32 i = begin; i < end; ++i) {
+        if (status[i].load() != EdgesRead)
+            continue;
+        if (!anyCached && keyCount[edgeKey[i]] == 1) {
+            status[i].store(Unique);
+            continue;
+        }
+        status[i].store(NeedFull);
+        if (!m_shareDigests) {
+            sets.push_back({i});
+            continue;
+        }
+        const auto [it, inserted] = setOfKey.try_emplace(edgeKey[i], sets.size());
+        if (inserted)
+            sets.emplace_back();
+        sets[it->second].push_back(i);
+    }
+    {
+        std::lock_guard lock(mutex);
+        for (std::vector<quint32>& set : sets)
+            fullQueue.push_back(std::move(set));
+        --bucketsUndecided;
+    }
+    done.notify_all();
+}
+
+void DigestWork::run()
+{
+    for (;;) {
+        if (m_state.aborted())
+            break;
+        std::optional<std::vector<quint32>> full;
+        {
+            std::lock_guard lock(mutex);
+            if (!fullQueue.empty()) {
+                full = std::move(fullQueue.front());
+                fullQueue.pop_front();
+            }
+        }
+        if (full) {
+            digestSet(*full);
+            continue;
+        }
+        const size_t k = nextFirstBlock.fetch_add(1);
+        if (k < firstBlocks.size()) {
+            const quint32 index = firstBlocks[k];
+            m_state.setCurrentFile(cand[index]->filePath);
+            readEdges(index);
+            if (isFinal(status[index].load()))
+                done.notify_all();
+            const size_t bucket = bucketOf(index);
+            if (remaining[bucket].fetch_sub(1) == 1)
+                decideBucket(bucket);
+            continue;
+        }
+        // No first blocks left: wait for full digests that other threads' decisions queue.
+        std::unique_lock lock(mutex);
+        if (fullQueue.empty() && bucketsUndecided == 0)
+            break;
+        done.wait_for(lock, std::chrono::milliseconds(50));
+    }
+    done.notify_all();
+}

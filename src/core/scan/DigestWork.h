@@ -1,0 +1,72 @@
+#pragma once
+
+#include <QByteArray>
+#include <QString>
+#include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+class ScanState;
+struct FileInfoNode;
+struct ScanResult;
+
+// The hashing side of the grouping: the candidates (same-size buckets in grouping order),
+// what is known of each, and the hashing threads' loop. Threads read first and last blocks
+// in grouping order, decide a bucket once its last edges are in, and take the full digests
+// this asks for (as sets of possibly identical files) before further edges.
+class DigestWork
+{
+public:
+    enum Status : quint8 {
+        Pending,    // nothing known yet
+        Cached,     // digest taken from the cache
+        Unreadable, // vanished, changed, not a regular file or unreadable: no digest
+        Digested,   // full digest computed
+        EdgesRead,  // first and last block read, digest still unknown
+        Unique,     // edges differ from every other file of its size: no full digest needed
+        NeedFull,   // full digest to compute
+    };
+    static bool isFinal(quint8 status)
+    {
+        return status == Cached || status == Unreadable || status == Digested || status == Unique;
+    }
+
+    static constexpr qint64 kBlockSize = 4096;
+
+    DigestWork(ScanResult& result, ScanState& state, bool shareDigests);
+
+    // One hashing thread's loop; returns when nothing is left or the scan is stopped.
+    void run();
+
+    std::vector<FileInfoNode*> cand;                  // candidates in grouping order
+    std::vector<std::pair<quint32, quint32>> buckets; // [begin, end) in cand
+    std::vector<quint64> edgeKey;                     // hash of the first and last blocks
+    std::unique_ptr<std::atomic<quint8>[]> status;
+
+    std::vector<quint32> firstBlocks; // candidates whose first and last blocks are read
+    std::atomic<size_t> nextFirstBlock{0};
+    std::unique_ptr<std::atomic<quint32>[]> remaining; // per bucket: first blocks still to read
+
+    std::mutex mutex; // guards the two below
+    // Sets of candidates to digest fully, in the order they were decided; the members of a
+    // set share their size and edges, so may be byte-identical.
+    std::deque<std::vector<quint32>> fullQueue;
+    size_t bucketsUndecided = 0;
+    std::condition_variable done; // a record became final, or work was queued
+
+private:
+    size_t bucketOf(quint32 index) const;
+    void readEdges(size_t index);
+    void skip(const FileInfoNode& node, const QString& reason) const;
+    void digestFully(size_t index);
+    void digestSet(const std::vector<quint32>& set);
+    void decideBucket(size_t bucket);
+
+    ScanResult& m_result;
+    ScanState& m_state;
+    bool m_shareDigests;
+};
