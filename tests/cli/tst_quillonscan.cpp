@@ -1,7 +1,6 @@
 #include "ScanCliFixture.h"
 #include "support/TestMain.h"
 
-#include <QDir>
 #include <QFile>
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -46,36 +45,24 @@ private Q_SLOTS:
             file("d/" + name, "same bytes");
         file("d/other", "othr bytes");
         const QJsonObject json = runJson({p("d")});
-        QCOMPARE(json.value(QStringLiteral("scanned")).toInt(), 7);
-        QCOMPARE(json.value(QStringLiteral("scannedBytes")).toInteger(), 70);
-        QCOMPARE(json.value(QStringLiteral("duplicates")).toInt(), 5);
         QCOMPARE(json.value(QStringLiteral("reclaimableBytes")).toInteger(), 50);
         const QJsonArray groups = json.value(QStringLiteral("groups")).toArray();
         QCOMPARE(groups.size(), 1);
         const QJsonObject group = groups.first().toObject();
-        QCOMPARE(group.value(QStringLiteral("md5")).toString(),
-                 QStringLiteral("%1").arg(
-                     QLatin1String(QCryptographicHash::hash("same bytes", QCryptographicHash::Md5).toHex())));
-        QCOMPARE(group.value(QStringLiteral("size")).toInt(), 10);
         QList<QByteArray> decoded;
+        int objects = 0; // only the names that are not UTF-8 use the base64 form
         for (const QJsonValue& v : group.value(QStringLiteral("paths")).toArray()) {
-            if (v.isString()) {
-                decoded << v.toString().toUtf8();
-            } else {
-                const QString b64 = v.toObject().value(QStringLiteral("base64")).toString();
-                QVERIFY(!b64.isEmpty());
-                decoded << QByteArray::fromBase64(b64.toLatin1());
-            }
+            objects += v.isObject();
+            decoded << (v.isString()
+                            ? v.toString().toUtf8()
+                            : QByteArray::fromBase64(
+                                  v.toObject().value(QStringLiteral("base64")).toString().toLatin1()));
         }
         QList<QByteArray> expected;
         for (const QByteArray& name : names)
             expected << p("d/" + name);
         std::sort(expected.begin(), expected.end());
         QCOMPARE(decoded, expected);
-        // Only the names that are not UTF-8 use the base64 form.
-        int objects = 0;
-        for (const QJsonValue& v : group.value(QStringLiteral("paths")).toArray())
-            objects += v.isObject();
         QCOMPARE(objects, 2);
     }
 
@@ -117,15 +104,7 @@ private Q_SLOTS:
             << QList<QByteArray>{"--frobnicate", "TREE"} << QByteArray("unknown option");
         QTest::newRow("bad size") << QList<QByteArray>{"--min-size", "12Q", "TREE"}
                                   << QByteArray("invalid size");
-        QTest::newRow("negative size")
-            << QList<QByteArray>{"--min-size=-1", "TREE"} << QByteArray("invalid size");
-        QTest::newRow("size overflow")
-            << QList<QByteArray>{"--min-size", "99999999999999T", "TREE"} << QByteArray("invalid size");
-        QTest::newRow("missing value")
-            << QList<QByteArray>{"TREE", "--exclude"} << QByteArray("--exclude needs");
         QTest::newRow("missing path") << QList<QByteArray>{"TREE/nowhere"} << QByteArray("No such file");
-        QTest::newRow("not a folder on the way")
-            << QList<QByteArray>{"TREE/a/one/x"} << QByteArray("Not a directory");
         QTest::newRow("one item") << QList<QByteArray>{"TREE/a/one"}
                                   << QByteArray("Only one item detected in the selected path(s).");
         QTest::newRow("exclude and no-exclude")
@@ -133,8 +112,6 @@ private Q_SLOTS:
             << QByteArray("cannot be used together");
         QTest::newRow("trash without keep")
             << QList<QByteArray>{"--trash", "TREE"} << QByteArray("--trash needs --keep");
-        QTest::newRow("keep what") << QList<QByteArray>{"--keep", "largest", "--trash", "TREE"}
-                                   << QByteArray("--keep needs 'oldest' or 'newest'");
         QTest::newRow("cache and no cache") << QList<QByteArray>{"--cache", "x.db", "--no-cache", "TREE"}
                                             << QByteArray("cannot be used together");
     }
@@ -152,62 +129,32 @@ private Q_SLOTS:
         QVERIFY(r.out.isEmpty());
     }
 
-    void help()
-    {
-        const Run r = run({"--help"});
-        QCOMPARE(r.exitCode, 0);
-        for (const char* section :
-             {"NAME", "SYNOPSIS", "DESCRIPTION", "OPTIONS", "OUTPUT", "EXIT STATUS", "FILES"})
-            QVERIFY2(r.out.contains(QByteArray("\n") + section + '\n') || r.out.startsWith(section), section);
-    }
-
-    void minimumSize_data()
-    {
-        QTest::addColumn<QByteArray>("size");
-        QTest::addColumn<int>("scanned");
-        QTest::newRow("0") << QByteArray("0") << 6;
-        QTest::newRow("bytes") << QByteArray("500") << 4;
-        QTest::newRow("10K") << QByteArray("10K") << 2;
-        QTest::newRow("10k lower case") << QByteArray("10k") << 2;
-        QTest::newRow("10KiB") << QByteArray("10KiB") << 2;
-        QTest::newRow("one byte over") << QByteArray("10241") << 0;
-        QTest::newRow("1M") << QByteArray("1M") << 0;
-    }
-
-    void minimumSize()
-    {
-        QFETCH(QByteArray, size);
-        QFETCH(int, scanned);
-        for (const char* n : {"e1", "e2"})
-            file(QByteArray("s/") + n, "");
-        for (const char* n : {"b1", "b2"})
-            file(QByteArray("s/") + n, QByteArray(500, 'b'));
-        for (const char* n : {"k1", "k2"})
-            file(QByteArray("s/") + n, QByteArray(10240, 'k'));
-        // The user's setting (in KB) is replaced by the option.
-        userSettings()->setValue(QStringLiteral("minimumFileSize"), 100);
-        const QJsonObject json = runJson({"--min-size", size, p("s")});
-        QCOMPARE(json.value(QStringLiteral("scanned")).toInt(), scanned);
-    }
-
-    // The user's list applies unless an option replaces it; names compare without case.
-    void exclusions_data()
+    // The option replaces the user's minimum size (in KB) and folder list; names compare
+    // without case.
+    void scanOptions_data()
     {
         QTest::addColumn<QList<QByteArray>>("options");
         QTest::addColumn<int>("scanned");
-        QTest::newRow("user's list") << QList<QByteArray>{} << 2;
-        QTest::newRow("--no-exclude") << QList<QByteArray>{"--no-exclude"} << 3;
-        QTest::newRow("option replaces the list") << QList<QByteArray>{"--exclude", "TREE/y"} << 2;
+        QTest::newRow("bytes") << QList<QByteArray>{"--min-size", "500", "--no-exclude"} << 4;
+        QTest::newRow("10K") << QList<QByteArray>{"--min-size", "10K"} << 2;
+        QTest::newRow("10KiB") << QList<QByteArray>{"--min-size", "10KiB"} << 2;
+        QTest::newRow("one byte over") << QList<QByteArray>{"--min-size", "10241"} << 0;
+        QTest::newRow("user's list") << QList<QByteArray>{"--min-size", "0"} << 6;
+        QTest::newRow("--no-exclude") << QList<QByteArray>{"--min-size", "0", "--no-exclude"} << 7;
         QTest::newRow("both forms, other case")
-            << QList<QByteArray>{"--exclude", "TREE/y", "--exclude=TREE/Z"} << 1;
+            << QList<QByteArray>{"--min-size", "0", "--exclude", "TREE/y", "--exclude=TREE/Z"} << 5;
     }
-    void exclusions()
+    void scanOptions()
     {
         QFETCH(QList<QByteArray>, options);
         QFETCH(int, scanned);
-        file("x/a", "same");
-        file("y/b", "same");
-        file("z/c", "same");
+        for (const char* n : {"x/a", "y/b", "z/c"})
+            file(n, "same");
+        for (const char* n : {"s/b1", "s/b2"})
+            file(n, QByteArray(500, 'b'));
+        for (const char* n : {"s/k1", "s/k2"})
+            file(n, QByteArray(10240, 'k'));
+        userSettings()->setValue(QStringLiteral("minimumFileSize"), 100);
         userSettings()->setValue(QStringLiteral("excludedFolders"), QStringList{QFile::decodeName(p("x"))});
         for (QByteArray& a : options)
             a.replace("TREE", p("").chopped(1));
@@ -222,9 +169,7 @@ private Q_SLOTS:
         const QByteArray own = root() + "/own.db";
         QCOMPARE(runJson({"--cache", own, p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
         QCOMPARE(TestSupport::cacheRows(own), 2);
-        QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
-
-        QCOMPARE(runJson({"--no-cache", p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
+        runJson({"--no-cache", p("c")});
         QVERIFY(!QFile::exists(QFile::decodeName(defaultCache())));
 
         QCOMPARE(runJson({p("c")}).value(QStringLiteral("duplicates")).toInt(), 1);
@@ -253,7 +198,6 @@ private Q_SLOTS:
         QCOMPARE(process.state(), QProcess::Running);
         ::kill(pid_t(process.processId()), SIGINT);
         QVERIFY(process.waitForFinished(60000));
-        QCOMPARE(process.exitStatus(), QProcess::NormalExit);
         QCOMPARE(process.exitCode(), 130);
         const QJsonObject json = QJsonDocument::fromJson(process.readAllStandardOutput()).object();
         // The pair grouped before the stop stands, and the cache was still written.
