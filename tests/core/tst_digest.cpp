@@ -3,9 +3,7 @@
 #include "util/CommonFuncs.h"
 
 #include <QCryptographicHash>
-#include <QElapsedTimer>
 #include <QFile>
-#include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <chrono>
 #include <future>
@@ -19,12 +17,6 @@ class TestDigest : public QObject
 
     QTemporaryDir m_dir;
     QByteArray path(const char* name) const { return QFile::encodeName(m_dir.filePath(QLatin1String(name))); }
-    static QString nilLine(const QByteArray& path)
-    {
-        return QStringLiteral("############# MD5 coming NIL for file: %1 #############")
-            .arg(QFile::decodeName(path));
-    }
-
 private Q_SLOTS:
     // Sizes around the slice and chunk edges, read with several chunk sizes (0: the default).
     void digests_data()
@@ -40,17 +32,13 @@ private Q_SLOTS:
         QFETCH(qsizetype, size);
         QFETCH(size_t, chunk);
         QByteArray data(size, Qt::Uninitialized);
-        QRandomGenerator generator(4711);
-        for (char& c : data)
-            c = char(generator.bounded(256));
-        const QByteArray file = path("random.bin");
+        for (qsizetype i = 0; i < size; ++i)
+            data[i] = char((quint32(i) * 2654435761u) >> 13);
+        const QByteArray file = path("data.bin");
         QVERIFY(TestSupport::writeFile(file, data));
-        const QByteArray expected = QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex();
-        QCOMPARE(FileMD5HashCreateWithPath(file, chunk, nullptr), expected);
-        const std::atomic<bool> notAborted{false};
-        QCOMPARE(FileMD5HashCreateWithPath(file, chunk, &notAborted), expected);
-        if (chunk == 0)
-            QCOMPARE(CommonFuncs::getFileMD5UsingStreamWithAbortFlag(file, &notAborted), expected);
+        const std::atomic<bool> notAborted{false}; // with and without a flag
+        QCOMPARE(FileMD5HashCreateWithPath(file, chunk, size % 2 ? nullptr : &notAborted),
+                 QCryptographicHash::hash(data, QCryptographicHash::Md5).toHex());
     }
 
     // Only regular files are read: a FIFO neither blocks nor yields a digest, a link is not
@@ -74,44 +62,21 @@ private Q_SLOTS:
 
         for (const QByteArray& p : {link, QFile::encodeName(m_dir.path()), path("missing"), QByteArray()})
             QVERIFY2(FileMD5HashCreateWithPath(p, 0, nullptr).isEmpty(), p.constData());
-        QCOMPARE(FileMD5HashCreateWithPath(target, 0, nullptr),
-                 QByteArray("900150983cd24fb0d6963f7d28e17f72"));
-        QTest::ignoreMessage(QtInfoMsg, qPrintable(nilLine(link)));
-        QVERIFY(CommonFuncs::getFileMD5UsingStreamWithAbortFlag(link, nullptr).isEmpty());
-    }
-
-    void abortBeforeStart()
-    {
-        const QByteArray file = path("abort.bin");
-        QVERIFY(TestSupport::writeFile(file, "abc"));
-        const std::atomic<bool> aborted{true};
-        QVERIFY(FileMD5HashCreateWithPath(file, 0, &aborted).isEmpty());
-        QTest::ignoreMessage(QtInfoMsg, "abortFlag true!!");
-        QTest::ignoreMessage(QtInfoMsg, qPrintable(nilLine(file)));
-        QTest::ignoreMessage(QtInfoMsg, "abortFlag true!!");
-        QTest::ignoreMessage(QtInfoMsg, "Aborted!!");
-        QVERIFY(CommonFuncs::getFileMD5UsingStreamWithAbortFlag(file, &aborted).isEmpty());
     }
 
     // An abort raised while a large file is read stops the digest long before its end.
     void abortWhileReading()
     {
         const QByteArray file = path("sparse.bin");
-        QFile f(QFile::decodeName(file));
-        QVERIFY(f.open(QIODevice::WriteOnly) &&
-                f.resize(qint64(4) << 30)); // minutes of hashing if not stopped
-        f.close();
+        // Seconds of hashing if not stopped.
+        QVERIFY(TestSupport::writeFile(file, {}) && ::truncate(file.constData(), qint64(4) << 30) == 0);
         std::atomic<bool> abort{false};
-        QElapsedTimer timer;
-        timer.start();
         std::thread stopper([&abort] {
             std::this_thread::sleep_for(std::chrono::milliseconds(50));
             abort.store(true);
         });
-        const QByteArray md5 = FileMD5HashCreateWithPath(file, 262144, &abort);
+        QVERIFY(FileMD5HashCreateWithPath(file, 262144, &abort).isEmpty());
         stopper.join();
-        QVERIFY(md5.isEmpty());
-        QVERIFY2(timer.elapsed() < 3000, qPrintable(QString::number(timer.elapsed())));
     }
 };
 
