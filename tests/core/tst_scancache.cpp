@@ -97,7 +97,9 @@ private Q_SLOTS:
         QCOMPARE(duplicateGroups(*first), (Groups{{a, b}}));
 
         // New bytes, same size and modification date: the cached digest is taken, the file
-        // is not read again.
+        // is not read again, and its row is not written again (the marked dates stay).
+        const int rows = TestSupport::cacheExec(db, "update hashTable set fileCreationDate = 1");
+        QVERIFY(rows >= 2);
         struct stat st;
         QVERIFY(::stat(b.constData(), &st) == 0);
         TestSupport::writeFile(b, QByteArray(size, 'b'));
@@ -108,6 +110,9 @@ private Q_SLOTS:
         QCOMPARE(duplicateGroups(*second), (Groups{{a, b}}));
         QCOMPARE(nodeFor(*second, b)->md5,
                  QCryptographicHash::hash(QByteArray(size, 'a'), QCryptographicHash::Md5).toHex());
+        QCOMPARE(TestSupport::cacheExec(
+                     db, "update hashTable set fileCreationDate = 1 where fileCreationDate = 1"),
+                 rows);
 
         // A new modification date misses the cache: the file is read.
         const struct timespec later[2] = {st.st_atim, {st.st_mtim.tv_sec + 5, 0}};

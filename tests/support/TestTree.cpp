@@ -41,6 +41,17 @@ bool makeDir(const QByteArray& path, int mode)
            S_ISDIR(st.st_mode);
 }
 
+int cacheExec(const QByteArray& dbPath, const char* sql)
+{
+    sqlite3* db = nullptr;
+    int changed = -1;
+    if (sqlite3_open_v2(dbPath.constData(), &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
+        sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK)
+        changed = sqlite3_changes(db);
+    sqlite3_close(db);
+    return changed;
+}
+
 int cacheRows(const QByteArray& dbPath, const QByteArray& filePath)
 {
     sqlite3* db = nullptr;

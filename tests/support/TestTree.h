@@ -18,6 +18,8 @@ bool makeDir(const QByteArray& path, int mode = 0755);
 // Rows of the hash cache database, all of them or those of one file path; -1 when the
 // database cannot be read.
 int cacheRows(const QByteArray& dbPath, const QByteArray& filePath = {});
+// Runs one statement on a cache file; the number of rows it changed, or -1.
+int cacheExec(const QByteArray& dbPath, const char* sql);
 
 // A temporary folder for the files of one case, with a settings file of its own in it and
 // Settings over that file. The folder goes away with the object, names that are not UTF-8
