@@ -4,6 +4,7 @@
 #include "model/ScanResult.h"
 #include "scan/ScanEngine.h"
 #include "support/ScanRun.h"
+#include "support/ScanTestCase.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -40,37 +41,14 @@ Groups allGroups(const ScanResult& result)
 
 } // namespace
 
-class TestScanCache : public QObject
+class TestScanCache : public TestSupport::ScanTestCase
 {
     Q_OBJECT
-
-    std::unique_ptr<TestSupport::TestTree> m_tree;
-    ScriptedAlertPresenter m_alerts;
-
-    Settings& settings() const { return m_tree->settings(); }
-    QByteArray p(const QByteArray& relative) const { return m_tree->path(relative); }
-    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
-    {
-        return m_tree->file(relative, contents);
-    }
-    std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths, const ScanOptions& options = noCache())
-    {
-        return TestSupport::runScan(settings(), &m_alerts, paths, options);
-    }
 
 private Q_SLOTS:
     void cleanup() { m_tree.reset(); }
 
-    void init()
-    {
-        m_tree = std::make_unique<TestSupport::TestTree>();
-        QVERIFY(m_tree->isValid());
-        settings().setValue(Settings::kMinimumFileSize, 0);
-        settings().setValue(Settings::kFileSizeUnit, 0);
-        settings().setExcludedFolders({});
-        m_alerts.clear();
-        QFile::remove(QFile::decodeName(SqliteDBOperations::getDbPathInLibrary()));
-    }
+    void init() { QVERIFY(makeTree()); }
 
     void cacheReusedUntilModified_data()
     {

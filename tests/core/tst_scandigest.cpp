@@ -8,6 +8,7 @@
 #include "scan/ScanEngine.h"
 #include "scan/ScanState.h"
 #include "support/ScanRun.h"
+#include "support/ScanTestCase.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -113,37 +114,14 @@ Reference referenceGroups(const QList<QByteArray>& files)
 
 } // namespace
 
-class TestScanDigest : public QObject
+class TestScanDigest : public TestSupport::ScanTestCase
 {
     Q_OBJECT
-
-    std::unique_ptr<TestSupport::TestTree> m_tree;
-    ScriptedAlertPresenter m_alerts;
-
-    Settings& settings() const { return m_tree->settings(); }
-    QByteArray p(const QByteArray& relative) const { return m_tree->path(relative); }
-    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
-    {
-        return m_tree->file(relative, contents);
-    }
-    std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths, const ScanOptions& options = noCache())
-    {
-        return TestSupport::runScan(settings(), &m_alerts, paths, options);
-    }
 
 private Q_SLOTS:
     void cleanup() { m_tree.reset(); }
 
-    void init()
-    {
-        m_tree = std::make_unique<TestSupport::TestTree>();
-        QVERIFY(m_tree->isValid());
-        settings().setValue(Settings::kMinimumFileSize, 0);
-        settings().setValue(Settings::kFileSizeUnit, 0);
-        settings().setExcludedFolders({});
-        m_alerts.clear();
-        QFile::remove(QFile::decodeName(SqliteDBOperations::getDbPathInLibrary()));
-    }
+    void init() { QVERIFY(makeTree()); }
 
     void abortDuringHashing()
     {

@@ -6,6 +6,7 @@
 #include "scan/PathExclusion.h"
 #include "scan/ScanEngine.h"
 #include "support/ScanRun.h"
+#include "support/ScanTestCase.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -24,45 +25,19 @@ using TestSupport::Groups;
 using TestSupport::noCache;
 using TestSupport::nodeFor;
 
-class TestScanEngine : public QObject
+class TestScanEngine : public TestSupport::ScanTestCase
 {
     Q_OBJECT
-
-    std::unique_ptr<TestSupport::TestTree> m_tree;
-    ScriptedAlertPresenter m_alerts;
-
-    Settings& settings() const { return m_tree->settings(); }
-    QByteArray root() const { return m_tree->root(); }
-    QByteArray p(const QByteArray& relative) const { return m_tree->path(relative); }
-    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
-    {
-        return m_tree->file(relative, contents);
-    }
 
     static PhotosLibraryFixture::Photo photo(const QByteArray& masterPath)
     {
         return PhotosLibraryFixture::Photo(masterPath, "photo bytes");
     }
 
-    std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths, const ScanOptions& options = noCache(),
-                                     const std::vector<int>& states = {})
-    {
-        return TestSupport::runScan(settings(), &m_alerts, paths, options, states);
-    }
-
 private Q_SLOTS:
     void cleanup() { m_tree.reset(); }
 
-    void init()
-    {
-        m_tree = std::make_unique<TestSupport::TestTree>();
-        QVERIFY(m_tree->isValid());
-        settings().setValue(Settings::kMinimumFileSize, 0);
-        settings().setValue(Settings::kFileSizeUnit, 0);
-        settings().setExcludedFolders({});
-        m_alerts.clear();
-        QFile::remove(QFile::decodeName(SqliteDBOperations::getDbPathInLibrary()));
-    }
+    void init() { QVERIFY(makeTree()); }
 
     void scanPathButtonState_data()
     {

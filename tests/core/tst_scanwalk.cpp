@@ -3,6 +3,7 @@
 #include "model/ScanResult.h"
 #include "scan/ScanEngine.h"
 #include "support/ScanRun.h"
+#include "support/ScanTestCase.h"
 #include "support/TestMain.h"
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
@@ -45,36 +46,14 @@ bool setReadOverride(bool on)
 
 // The walk of a scan: every file once whatever the paths that reach it, any depth, what could
 // not be read said, Stop noticed.
-class TestScanWalk : public QObject
+class TestScanWalk : public TestSupport::ScanTestCase
 {
     Q_OBJECT
-
-    std::unique_ptr<TestSupport::TestTree> m_tree;
-    ScriptedAlertPresenter m_alerts;
-
-    Settings& settings() const { return m_tree->settings(); }
-    QByteArray root() const { return m_tree->root(); }
-    QByteArray p(const QByteArray& relative) const { return m_tree->path(relative); }
-    QByteArray file(const QByteArray& relative, const QByteArray& contents) const
-    {
-        return m_tree->file(relative, contents);
-    }
-    std::unique_ptr<ScanResult> scan(const QList<QByteArray>& paths)
-    {
-        return TestSupport::runScan(settings(), &m_alerts, paths, TestSupport::noCache());
-    }
 
 private Q_SLOTS:
     void cleanup() { m_tree.reset(); }
 
-    void init()
-    {
-        m_tree = std::make_unique<TestSupport::TestTree>();
-        QVERIFY(m_tree->isValid());
-        settings().setValue(Settings::kMinimumFileSize, 0);
-        settings().setExcludedFolders({});
-        QFile::remove(QFile::decodeName(SqliteDBOperations::getDbPathInLibrary()));
-    }
+    void init() { QVERIFY(makeTree()); }
 
     void oneRecordPerFile_data()
     {
