@@ -2,6 +2,7 @@
 
 #include "model/FileInfoNode.h"
 #include "scan/RecordedFile.h"
+#include "util/CommonFuncs.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -18,17 +19,6 @@ constexpr size_t kMaxOpen = IdenticalSetDigest::kMaxOpen;
 constexpr size_t kChunk = IdenticalSetDigest::kChunk;
 
 using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-
-const EVP_MD* md5Algorithm()
-{
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-    // Fetched once: the implicit fetch of EVP_md5() repeats a provider lookup per context.
-    static const EVP_MD* fetched = EVP_MD_fetch(nullptr, "MD5", nullptr);
-    if (fetched)
-        return fetched;
-#endif
-    return EVP_md5();
-}
 
 Context newContext()
 {

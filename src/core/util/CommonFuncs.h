@@ -44,3 +44,5 @@ QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
                                      const std::atomic<bool>* abortFlag);
 // The same for a regular file already open (read from its current offset); the caller keeps fd.
 QByteArray FileMD5HashCreateWithDescriptor(int fd, size_t chunkSize, const std::atomic<bool>* abortFlag);
+// OpenSSL's MD5, fetched once per process.
+const struct evp_md_st* md5Algorithm();

@@ -21,17 +21,6 @@ bool isAborted(const std::atomic<bool>* abortFlag)
     return abortFlag && abortFlag->load(std::memory_order_relaxed);
 }
 
-const EVP_MD* md5Algorithm()
-{
-#if OPENSSL_VERSION_NUMBER >= 0x30000000L
-    // Fetched once: the implicit fetch of EVP_md5() would repeat a provider lookup per file.
-    static const EVP_MD* fetched = EVP_MD_fetch(nullptr, "MD5", nullptr);
-    if (fetched)
-        return fetched;
-#endif
-    return EVP_md5();
-}
-
 // One digest context and one read buffer per hashing thread, reused from file to file.
 struct DigestState
 {
@@ -67,6 +56,17 @@ private:
 };
 
 } // namespace
+
+const EVP_MD* md5Algorithm()
+{
+#if OPENSSL_VERSION_NUMBER >= 0x30000000L
+    // Fetched once: the implicit fetch of EVP_md5() would repeat a provider lookup per context.
+    static const EVP_MD* fetched = EVP_MD_fetch(nullptr, "MD5", nullptr);
+    if (fetched)
+        return fetched;
+#endif
+    return EVP_md5();
+}
 
 QByteArray FileMD5HashCreateWithPath(const QByteArray& path, size_t chunkSize,
                                      const std::atomic<bool>* abortFlag)
