@@ -38,7 +38,7 @@ public:
     QList<QByteArray> asked;
 };
 
-struct Spec
+struct FileRow
 {
     QByteArray path; // below the tree's root
     quint64 size;
@@ -56,23 +56,23 @@ class TestResultsView : public QObject
     FailingFileViewer m_viewer;
 
     // Groups of files written below the tree (contents need not match: the view trusts the scan).
-    std::unique_ptr<ScanResult> makeResult(const QList<QList<Spec>>& groups, const QByteArray& root = {})
+    std::unique_ptr<ScanResult> makeResult(const QList<QList<FileRow>>& groups, const QByteArray& root = {})
     {
         auto result = std::make_unique<ScanResult>();
-        for (const QList<Spec>& specs : groups) {
+        for (const QList<FileRow>& rows : groups) {
             DuplicateGroup* group = result->addGroup();
-            for (const Spec& spec : specs) {
+            for (const FileRow& row : rows) {
                 FileInfoNode n;
-                n.filePath = (root.isEmpty() ? m_tree->root() : root) + '/' + spec.path;
+                n.filePath = (root.isEmpty() ? m_tree->root() : root) + '/' + row.path;
                 TestSupport::writeFile(n.filePath, QByteArray(16, 'x'));
-                n.fileSize = spec.size;
-                n.createDate = 1700000000.0 + spec.day * 86400.0;
+                n.fileSize = row.size;
+                n.createDate = 1700000000.0 + row.day * 86400.0;
                 n.fileCategory = FileInfoNode::categoryForPath(n.filePath, true);
                 FileInfoNode* node = result->addNode(std::move(n));
                 node->parent = group;
                 group->children.push_back(node);
                 group->filteredChildren.push_back(node);
-                group->groupSize += spec.size;
+                group->groupSize += row.size;
                 result->countDup += group->children.size() > 1 ? 1 : 0;
             }
         }
