@@ -300,7 +300,7 @@ void DetailResultViewController::buildLayout()
     m_tvFileDupResult->setItemDelegateForColumn(FileTableModel::DetailColumn, detail);
     auto* reveal = new RevealButtonDelegate(m_tvFileDupResult);
     m_tvFileDupResult->setItemDelegateForColumn(FileTableModel::RevealColumn, reveal);
-    connect(reveal, &RevealButtonDelegate::revealRequested, this,
+    connect(reveal, &RevealButtonDelegate::buttonClicked, this,
             &DetailResultViewController::revealFileInFinder);
     for (CustomTableView* table : {m_tvAllDupResult, m_tvFileDupResult}) {
         table->setSelectionBehavior(QAbstractItemView::SelectRows);

@@ -41,7 +41,7 @@ NotTrashedSheet::NotTrashedSheet(FileViewer& viewer, QWidget* parent) : QDialog(
     m_table->setColumnWidth(NotTrashedTableModel::Reveal, 40);
     auto* delegate = new RevealButtonDelegate(m_table);
     m_table->setItemDelegateForColumn(NotTrashedTableModel::Reveal, delegate);
-    connect(delegate, &RevealButtonDelegate::revealRequested, this,
+    connect(delegate, &RevealButtonDelegate::buttonClicked, this,
             &NotTrashedSheet::revealNotDeletedFileInFinder);
     // Enter on a row (or a double click) shows it too, so the keyboard reaches every file.
     connect(m_table, &QTableView::activated, this,

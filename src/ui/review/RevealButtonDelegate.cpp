@@ -1,18 +1,15 @@
 #include "review/RevealButtonDelegate.h"
 
 #include <QApplication>
-#include <QMouseEvent>
 #include <QPainter>
 
-namespace {
-QRect buttonRect(const QRect& cell)
+QRect RevealButtonDelegate::buttonRect(const QRect& cell) const
 {
     const int side = qMin(cell.height() - 8, 24);
     QRect r(0, 0, side, side);
     r.moveCenter(cell.center());
     return r;
 }
-} // namespace
 
 void RevealButtonDelegate::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                  const QModelIndex& index) const
@@ -33,16 +30,4 @@ void RevealButtonDelegate::paint(QPainter* painter, const QStyleOptionViewItem& 
 QSize RevealButtonDelegate::sizeHint(const QStyleOptionViewItem&, const QModelIndex&) const
 {
     return {32, 24};
-}
-
-bool RevealButtonDelegate::editorEvent(QEvent* event, QAbstractItemModel*, const QStyleOptionViewItem& option,
-                                       const QModelIndex& index)
-{
-    if (event->type() != QEvent::MouseButtonRelease)
-        return false;
-    auto* mouse = static_cast<QMouseEvent*>(event);
-    if (mouse->button() != Qt::LeftButton || !buttonRect(option.rect).contains(mouse->position().toPoint()))
-        return false;
-    Q_EMIT revealRequested(index.row());
-    return true;
 }

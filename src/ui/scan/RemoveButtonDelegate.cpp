@@ -2,14 +2,13 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
-#include <QMouseEvent>
 #include <QPainter>
 
 namespace {
 constexpr int kButtonSize = 16;
 }
 
-QRect RemoveButtonDelegate::buttonRect(const QRect& cell)
+QRect RemoveButtonDelegate::buttonRect(const QRect& cell) const
 {
     QRect r(0, 0, kButtonSize, kButtonSize);
     r.moveCenter(cell.center());
@@ -53,18 +52,4 @@ QSize RemoveButtonDelegate::sizeHint(const QStyleOptionViewItem& option, const Q
 {
     QSize s = QStyledItemDelegate::sizeHint(option, index);
     return s.expandedTo(QSize(kButtonSize + 12, kButtonSize + 8));
-}
-
-bool RemoveButtonDelegate::editorEvent(QEvent* event, QAbstractItemModel* model,
-                                       const QStyleOptionViewItem& option, const QModelIndex& index)
-{
-    if (event->type() == QEvent::MouseButtonRelease) {
-        auto* mouse = static_cast<QMouseEvent*>(event);
-        if (mouse->button() == Qt::LeftButton &&
-            buttonRect(option.rect).contains(mouse->position().toPoint())) {
-            Q_EMIT removeClicked(index.row());
-            return true;
-        }
-    }
-    return QStyledItemDelegate::editorEvent(event, model, option, index);
 }

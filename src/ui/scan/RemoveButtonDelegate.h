@@ -1,23 +1,16 @@
 #pragma once
 
-#include <QStyledItemDelegate>
+#include "widgets/CellButtonDelegate.h"
 
 // Paints a small round remove button in a cell and reports a click on it.
-class RemoveButtonDelegate : public QStyledItemDelegate
+class RemoveButtonDelegate : public CellButtonDelegate
 {
-    Q_OBJECT
 public:
-    using QStyledItemDelegate::QStyledItemDelegate;
+    using CellButtonDelegate::CellButtonDelegate;
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option,
                const QModelIndex& index) const override;
     QSize sizeHint(const QStyleOptionViewItem& option, const QModelIndex& index) const override;
-    bool editorEvent(QEvent* event, QAbstractItemModel* model, const QStyleOptionViewItem& option,
-                     const QModelIndex& index) override;
 
-    // The button inside a cell.
-    static QRect buttonRect(const QRect& cell);
-
-Q_SIGNALS:
-    void removeClicked(int row);
+    QRect buttonRect(const QRect& cell) const override;
 };

@@ -73,7 +73,7 @@ ScanListView::ScanListView(ScanList* list, QWidget* parent) : QWidget(parent), m
 
     connect(m_scanButton, &IMGButton::clicked, this, &ScanListView::scanRequested);
     connect(list, &ScanList::scanNowEnabledChanged, m_scanButton, &IMGButton::setEnabled);
-    connect(m_removeDelegate, &RemoveButtonDelegate::removeClicked, list, &ScanList::deletePathFromTable);
+    connect(m_removeDelegate, &RemoveButtonDelegate::buttonClicked, list, &ScanList::deletePathFromTable);
     connect(m_table, &QWidget::customContextMenuRequested, this, &ScanListView::showRowMenu);
     connect(m_table, &QAbstractItemView::doubleClicked, this, [this](const QModelIndex& index) {
         if (index.column() == ScanListModel::PathColumn)
