@@ -256,6 +256,23 @@ bool writeAll(int fd, const char* data, qsizetype size)
     return true;
 }
 
+qint64 readFull(int fd, char* buffer, qint64 size, qint64 offset)
+{
+    qint64 done = 0;
+    while (done < size) {
+        const ssize_t n = offset < 0 ? ::read(fd, buffer + done, size_t(size - done))
+                                     : ::pread(fd, buffer + done, size_t(size - done), offset + done);
+        if (n < 0 && errno == EINTR)
+            continue;
+        if (n < 0)
+            return -1;
+        if (n == 0)
+            break;
+        done += n;
+    }
+    return done;
+}
+
 std::optional<QByteArray> runAppleScript(const QString& script, const QStringList& arguments, int timeoutMs)
 {
     QStringList args{QStringLiteral("-")};

@@ -59,6 +59,11 @@ QByteArray absolutePath(const QByteArray& path);
 // error, with errno telling why.
 bool writeAll(int fd, const char* data, qsizetype size);
 
+// Reads until size bytes are in or the file ends, retrying short and interrupted reads; with an
+// offset of 0 or more it reads there (pread) and leaves the file position alone. The bytes read,
+// or -1 on an error with errno telling why.
+qint64 readFull(int fd, char* buffer, qint64 size, qint64 offset = -1);
+
 // Runs program with arguments, writes input to its standard input and closes it, and returns
 // what it printed on standard output. Nothing when it cannot start, exits with an error or
 // does not finish within timeoutMs (it is then killed). Values belong in the arguments, never

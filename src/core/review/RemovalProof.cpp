@@ -2,6 +2,7 @@
 
 #include "model/DuplicateGroup.h"
 #include "model/FileInfoNode.h"
+#include "platform/Platform.h"
 
 #include <cerrno>
 #include <cstring>
@@ -54,23 +55,6 @@ bool unchanged(const struct stat& before, const struct stat& after)
            nanoseconds(before.st_ctim) == nanoseconds(after.st_ctim);
 }
 
-// Reads until the buffer is full or the file ends; -1 on an error.
-ssize_t readFull(int fd, char* buffer, size_t size)
-{
-    size_t done = 0;
-    while (done < size) {
-        const ssize_t n = ::read(fd, buffer + done, size - done);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n < 0)
-            return -1;
-        if (n == 0)
-            break;
-        done += size_t(n);
-    }
-    return ssize_t(done);
-}
-
 } // namespace
 
 QString RemovalProof::reasonText(Verdict verdict)
@@ -100,8 +84,8 @@ RemovalProof::Comparison RemovalProof::compareOpenFiles(int markedFd, int keptFd
     for (;;) {
         if (m_stop.load(std::memory_order_relaxed))
             return Comparison::Stopped;
-        const ssize_t na = readFull(markedFd, a, kChunk);
-        const ssize_t nb = readFull(keptFd, b, kChunk);
+        const ssize_t na = Platform::readFull(markedFd, a, kChunk);
+        const ssize_t nb = Platform::readFull(keptFd, b, kChunk);
         if (na < 0 || nb < 0)
             return Comparison::Unreadable;
         if (na != nb || std::memcmp(a, b, size_t(na)) != 0)

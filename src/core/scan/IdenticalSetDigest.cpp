@@ -1,6 +1,7 @@
 #include "scan/IdenticalSetDigest.h"
 
 #include "model/FileInfoNode.h"
+#include "platform/Platform.h"
 #include "scan/RecordedFile.h"
 #include "util/CommonFuncs.h"
 
@@ -25,18 +26,10 @@ Context newContext()
     return Context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
 }
 
+// False on an error or when the file is shorter than recorded.
 bool readFully(int fd, unsigned char* buffer, size_t length)
 {
-    while (length > 0) {
-        const ssize_t n = ::read(fd, buffer, length);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false; // error, or shorter than recorded
-        buffer += n;
-        length -= size_t(n);
-    }
-    return true;
+    return Platform::readFull(fd, reinterpret_cast<char*>(buffer), qint64(length)) == qint64(length);
 }
 
 struct Member

@@ -1,6 +1,7 @@
 #include "scan/RecordedFile.h"
 
 #include "model/FileInfoNode.h"
+#include "platform/Platform.h"
 #include "util/CommonFuncs.h"
 #include "util/PathUtils.h"
 
@@ -24,19 +25,10 @@ qint64 nanoseconds(const struct timespec& t)
 
 bool preadFully(int fd, char* buffer, qint64 length, qint64 offset)
 {
-    while (length > 0) {
-        const ssize_t n = ::pread(fd, buffer, size_t(length), offset);
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n == 0)
-            errno = EIO; // shorter than recorded
-        if (n <= 0)
-            return false;
-        buffer += n;
-        length -= n;
-        offset += n;
-    }
-    return true;
+    const qint64 got = Platform::readFull(fd, buffer, length, offset);
+    if (got >= 0 && got < length)
+        errno = EIO; // shorter than recorded
+    return got == length;
 }
 
 // Opens the file, checks it against the record, runs read(fd) and checks that nothing changed
