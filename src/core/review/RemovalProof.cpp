@@ -3,6 +3,7 @@
 #include "model/DuplicateGroup.h"
 #include "model/FileInfoNode.h"
 #include "platform/Platform.h"
+#include "scan/RecordedFile.h"
 
 #include <cerrno>
 #include <cstring>
@@ -37,22 +38,10 @@ private:
     int m_fd;
 };
 
-qint64 nanoseconds(const struct timespec& ts)
-{
-    return qint64(ts.tv_sec) * 1000000000 + ts.tv_nsec;
-}
-
+// The file as the scan saw it. Strict: a record without exact identity (inode 0) never matches.
 bool matchesScan(const struct stat& st, const FileInfoNode& node)
 {
-    return S_ISREG(st.st_mode) && quint64(st.st_size) == node.fileSize && quint64(st.st_dev) == node.device &&
-           quint64(st.st_ino) == node.inode && nanoseconds(st.st_mtim) == node.modTimeNs &&
-           nanoseconds(st.st_ctim) == node.changeTimeNs;
-}
-
-bool unchanged(const struct stat& before, const struct stat& after)
-{
-    return before.st_size == after.st_size && nanoseconds(before.st_mtim) == nanoseconds(after.st_mtim) &&
-           nanoseconds(before.st_ctim) == nanoseconds(after.st_ctim);
+    return node.inode != 0 && RecordedFile::matchesRecord(node, st);
 }
 
 } // namespace
@@ -130,7 +119,7 @@ RemovalProof::Result RemovalProof::check(const FileInfoNode& marked) const
         struct stat markedAfter, keptAfter;
         if (!markedFile.stat(markedAfter) || !matchesScan(markedAfter, marked))
             return {Verdict::ChangedSinceScan};
-        if (!keptFile.stat(keptAfter) || !unchanged(keptStat, keptAfter))
+        if (!keptFile.stat(keptAfter) || !RecordedFile::unchanged(keptStat, keptAfter))
             continue;
         return {Verdict::Proved, member};
     }
