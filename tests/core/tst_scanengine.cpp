@@ -72,6 +72,8 @@ private Q_SLOTS:
         QCOMPARE(result->countScanned, 5u);
         QCOMPARE(result->totSizeScanned, quint64(13 * 4 + 17));
         QCOMPARE(duplicateGroups(*result), (Groups{{p("a/one"), p("a/sub/two"), p("b/three")}}));
+        QCOMPARE(result->countDup, 2u);
+        QCOMPARE(result->sizeDup, quint64(2 * 13));
         QCOMPARE(nodeFor(*result, p("a/one"))->parent->groupSize, quint64(3 * 13));
         QVERIFY(nodeFor(*result, p("lonely"))->md5.isEmpty()); // a size of its own is never read
         result->removeGroupsWithoutDuplicates();
