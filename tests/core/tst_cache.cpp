@@ -16,16 +16,6 @@ namespace {
 
 const QString kHash = QStringLiteral("hashTable");
 
-bool execSql(const QByteArray& dbPath, const QByteArray& sql)
-{
-    sqlite3* db = nullptr;
-    const bool ok = sqlite3_open_v2(dbPath.constData(), &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE,
-                                    nullptr) == SQLITE_OK &&
-                    sqlite3_exec(db, sql.constData(), nullptr, nullptr, nullptr) == SQLITE_OK;
-    sqlite3_close(db);
-    return ok;
-}
-
 QByteArray readBytes(const QByteArray& path)
 {
     QFile f(QFile::decodeName(path));
@@ -79,11 +69,6 @@ void store(const std::vector<FileInfoNode*>& batch)
         SqliteDBOperations::insertDataInTable(kHash, SqliteDBOperations::getDbPathInLibrary(), batch);
 }
 
-QByteArray cachedMd5(const QByteArray& path)
-{
-    return AppGlobals::dictDataBaseFilesMd5.value(path).fileMd5;
-}
-
 } // namespace
 
 class TestCache : public QObject
@@ -103,13 +88,11 @@ private Q_SLOTS:
         QVERIFY(m_dir->isValid());
         m_db = dir() + "/cache/Quillon.db";
         SqliteDBOperations::setDbPathOverride(m_db);
-        AppGlobals::dictDataBaseFilesMd5.clear();
     }
     void cleanup()
     {
         SqliteDBOperations::setDbPathOverride({});
         AppGlobals::dictDataBaseFilesMd5.clear();
-        m_dir.reset();
     }
 
     void roundTrip_data()
@@ -119,9 +102,6 @@ private Q_SLOTS:
         QTest::addColumn<double>("scannedDate");
         QTest::addColumn<quint64>("size");
         const double t = 1700000000.25;
-        QTest::newRow("plain") << QByteArray("photo.jpg") << 1700000000.123456 << 1700000000.123456
-                               << quint64(1234);
-        QTest::newRow("single quote") << QByteArray("Bob's file.txt") << t << t << quint64(1);
         QTest::newRow("newline, over 4 GB")
             << QByteArray("two\nlines") << 1.5e9 << 1.5e9 << quint64(5000000000ULL);
         QTest::newRow("not utf8") << QByteArray("caf\xe9 \xff\xfe.mp3") << 1.4e9 << 1.4e9 << quint64(3);
@@ -130,7 +110,6 @@ private Q_SLOTS:
             << QByteArray("a") << t << t + std::ldexp(1.0, -21) << quint64(1);
         QTest::newRow("small, below a microsecond") << QByteArray("b") << 1.5 << 1.5000004 << quint64(1);
         QTest::newRow("2 us later: miss") << QByteArray("c") << t << t + 2e-6 << quint64(1);
-        QTest::newRow("small, 2 us: miss") << QByteArray("d") << 1.5 << 1.500002 << quint64(1);
     }
     // A stored digest is found again by the next scan for the same path and date.
     void roundTrip()
@@ -160,56 +139,16 @@ private Q_SLOTS:
         QCOMPARE(hit.creationDate, 1200000000.75);
         QCOMPARE(hit.modDate, SqliteDBOperations::storedSeconds(modDate));
 
-        // A record taken from the cache is not stored again (and no failed insert is logged).
+        // A record taken from the cache is not stored again.
         second.all()[0]->md5 = digest(7);
         store(second.all());
         QCOMPARE(TestSupport::cacheRows(m_db), 2);
-    }
-
-    // A changed file is a miss; its new digest replaces its row, which then answers for the
-    // new date only.
-    void changedFile()
-    {
-        const QByteArray path = dir() + "/Bob's file.txt";
-        Records old, now, batch;
-        old.add(path, digest(1), 1700000000.5, 1600000000, 42);
-        store(old.all());
-        now.add(path, QByteArray(), 1700000001.5, 1600000000, 43);
-        lookUp(now.all());
-        QVERIFY(AppGlobals::dictDataBaseFilesMd5.isEmpty());
-
-        batch.add(dir() + "/before", digest(3), 10);
-        batch.add(path, digest(2), 1700000001.5, 1600000000, 43);
-        batch.add(dir() + "/after", digest(4), 11);
-        store(batch.all());
-        QCOMPARE(TestSupport::cacheRows(m_db), 3);
-        lookUp(now.all());
-        QCOMPARE(cachedMd5(path), digest(2));
-        QCOMPARE(AppGlobals::dictDataBaseFilesMd5.value(path).fileSize, qint64(43));
-        lookUp(old.all());
-        QVERIFY(!AppGlobals::dictDataBaseFilesMd5.contains(path));
-    }
-
-    // A deleted cache file means a full rehash and a fresh copy at the next store.
-    void deletedCache()
-    {
-        Records r;
-        r.add(dir() + "/new", digest(2), 1);
-        store(r.all());
-        QVERIFY(QFile::remove(QFile::decodeName(m_db)));
-        lookUp(r.all());
-        QVERIFY(AppGlobals::dictDataBaseFilesMd5.isEmpty());
-        QVERIFY(!PathUtils::exists(m_db));
-        store(r.all());
-        lookUp(r.all());
-        QCOMPARE(cachedMd5(dir() + "/new"), digest(2));
     }
 
     void badCacheFile_data()
     {
         QTest::addColumn<QString>("kind");
         QTest::newRow("random bytes") << "random";
-        QTest::newRow("zero length") << "zero";
         QTest::newRow("foreign tables") << "foreign";
         QTest::newRow("folder in its place") << "folder";
     }
@@ -225,10 +164,10 @@ private Q_SLOTS:
         QVERIFY(TestSupport::makeDir(dir() + "/cache"));
         if (kind == "random")
             QVERIFY(TestSupport::writeFile(m_db, QByteArray(8192, '\x5a')));
-        else if (kind == "zero")
-            QVERIFY(TestSupport::writeFile(m_db, QByteArray()));
         else if (kind == "foreign")
-            QVERIFY(execSql(m_db, "CREATE TABLE notes (filePath TEXT); INSERT INTO notes VALUES ('a');"));
+            QVERIFY(TestSupport::writeFile(m_db, QByteArray()) &&
+                    TestSupport::cacheExec(
+                        m_db, "CREATE TABLE notes (p TEXT); INSERT INTO notes VALUES ('a');") == 1);
         else
             QVERIFY(TestSupport::makeDir(m_db));
         const QByteArray before = readBytes(m_db);
@@ -264,7 +203,7 @@ private Q_SLOTS:
         sqlite3_exec(locker, "ROLLBACK", nullptr, nullptr, nullptr);
         SqliteDBOperations::insertDataInTempTable(QStringLiteral("tempTable"), m_db, changed.all());
         SqliteDBOperations::fetchHashInfoFromDbPath(m_db);
-        QVERIFY(cachedMd5(path) != digest(1));
+        QVERIFY(AppGlobals::dictDataBaseFilesMd5.value(path).fileMd5 != digest(1));
         QCOMPARE(lock(), SQLITE_OK);
         store(changed.all());
         sqlite3_close(locker); // rolls back

@@ -11,8 +11,6 @@
 #include "support/TestTree.h"
 #include "util/AlertPresenter.h"
 
-#include <QCryptographicHash>
-#include <QDir>
 #include <QFile>
 
 #include <algorithm>
@@ -24,19 +22,13 @@ using TestSupport::duplicateGroups;
 using TestSupport::Groups;
 using TestSupport::noCache;
 using TestSupport::nodeFor;
+using Photo = PhotosLibraryFixture::Photo;
 
 class TestScanEngine : public TestSupport::ScanTestCase
 {
     Q_OBJECT
 
-    static PhotosLibraryFixture::Photo photo(const QByteArray& masterPath)
-    {
-        return PhotosLibraryFixture::Photo(masterPath, "photo bytes");
-    }
-
 private Q_SLOTS:
-    void cleanup() { m_tree.reset(); }
-
     void init() { QVERIFY(makeTree()); }
 
     void scanPathButtonState_data()
@@ -48,8 +40,6 @@ private Q_SLOTS:
         QTest::newRow("one ticked of two files")
             << QList<QByteArray>{"f1", "f2"} << QList<int>{1, 0} << false;
         QTest::newRow("a folder alone") << QList<QByteArray>{"d"} << QList<int>{1} << true;
-        QTest::newRow("only unticked entries")
-            << QList<QByteArray>{"d", "f1", "f2"} << QList<int>{0, 0, 0} << false;
         QTest::newRow("file and missing path")
             << QList<QByteArray>{"f1", "missing"} << QList<int>{1, 1} << true;
     }
@@ -76,19 +66,15 @@ private Q_SLOTS:
         file("a/sub/two", "same contents");
         file("b/three", "same contents");
         file("b/other", "SAME CONTENTS"); // same size, other bytes
-        file("c/x1", "xx");
-        file("c/x2", "yy");
         file("lonely", "a size of its own");
-        auto result = scan({p("a"), p("b"), p("c"), p("lonely")});
+        auto result = scan({p("a"), p("b"), p("lonely")});
         QVERIFY(result);
-        QCOMPARE(result->countScanned, 7u);
-        QCOMPARE(result->totSizeScanned, quint64(13 * 4 + 2 * 2 + 17));
+        QCOMPARE(result->countScanned, 5u);
+        QCOMPARE(result->totSizeScanned, quint64(13 * 4 + 17));
         QCOMPARE(duplicateGroups(*result), (Groups{{p("a/one"), p("a/sub/two"), p("b/three")}}));
         QCOMPARE(result->countDup, 2u);
         QCOMPARE(result->sizeDup, quint64(2 * 13));
         QCOMPARE(nodeFor(*result, p("a/one"))->parent->groupSize, quint64(3 * 13));
-        QCOMPARE(nodeFor(*result, p("b/three"))->md5,
-                 QCryptographicHash::hash("same contents", QCryptographicHash::Md5).toHex());
         QVERIFY(nodeFor(*result, p("lonely"))->md5.isEmpty()); // a size of its own is never read
         result->removeGroupsWithoutDuplicates();
         QCOMPARE(result->arrMainGroup.size(), size_t(1));
@@ -111,14 +97,11 @@ private Q_SLOTS:
         QFETCH(qint64, below);
         settings().setValue(Settings::kMinimumFileSize, minimum);
         settings().setValue(Settings::kFileSizeUnit, unit);
-        for (const char* name : {"small1", "small2"})
-            file(QByteArray("d/") + name, QByteArray(below - 1, 's'));
-        for (const char* name : {"exact1", "exact2"})
-            file(QByteArray("d/") + name, QByteArray(below, 'e'));
+        for (const QByteArray name : {"small1", "small2", "exact1", "exact2"})
+            file("d/" + name, QByteArray(below - (name[0] == 's'), name[0]));
         auto result = scan({p("d")});
         QVERIFY(result);
         QCOMPARE(result->countScanned, 2u);
-        QVERIFY(!nodeFor(*result, p("d/small1")));
         QCOMPARE(duplicateGroups(*result), (Groups{{p("d/exact1"), p("d/exact2")}}));
     }
 
@@ -131,12 +114,9 @@ private Q_SLOTS:
         QTest::newRow("below, other case") << QStringList{"/a/b"} << QByteArray("/A/B/c/d") << true;
         QTest::newRow("newline in a name") << QStringList{"/x"} << QByteArray("/x/new\nline") << true;
         QTest::newRow("name prefix") << QStringList{"/a/b"} << QByteArray("/a/bc") << false;
-        QTest::newRow("parent") << QStringList{"/a/b"} << QByteArray("/a") << false;
         QTest::newRow("same name elsewhere") << QStringList{"/a/b"} << QByteArray("/x/a/b/f") << false;
-        QTest::newRow("plus is literal") << QStringList{"/a+b"} << QByteArray("/aab/f") << false;
         QTest::newRow("dot is literal") << QStringList{"/a.c"} << QByteArray("/abc/f") << false;
-        QTest::newRow("bracket") << QStringList{"/[x", "/y"} << QByteArray("/[x/f") << true;
-        QTest::newRow("others kept") << QStringList{"/(x", "/y"} << QByteArray("/y/f") << true;
+        QTest::newRow("brackets literal") << QStringList{"/(x", "/[y"} << QByteArray("/[y/f") << true;
         QTest::newRow("unusable skipped") << QStringList{"", "rel", "/y"} << QByteArray("/z/f") << false;
     }
 
@@ -154,18 +134,15 @@ private Q_SLOTS:
     // name is kept byte for byte, and an entry inside another entry is recorded once.
     void walkSelection()
     {
-        const QList<QByteArray> names = {"with space",      "quote\"s'",  "new\nline", "-leading-dash",
-                                         "latin1-\xe9\xff", // not UTF-8
-                                         "caf\xc3\xa9",     // NFC
-                                         "cafe\xcc\x81",    // NFD
-                                         "star*?[x]",       "back\\slash"};
+        // Not UTF-8, then NFC and NFD spellings of one name.
+        const QList<QByteArray> names = {"quote\"s' new\nline", "-leading-dash", "latin1-\xe9\xff",
+                                         "caf\xc3\xa9",         "cafe\xcc\x81",  "star*?[x] back\\slash"};
         QList<QByteArray> paths;
         for (const QByteArray& name : names)
             paths << file("d/" + name, "same");
         paths << file("d/sub/visible", "same") << file("e/visible", "same");
         file("d/other", "othr");
         file("d/.hidden", "same");
-        file("d/.DS_Store", "same");
         file("d/.dir/inside", "same");
         QVERIFY(::symlink(p("d/sub/visible").constData(), p("d/link").constData()) == 0);
         QVERIFY(::symlink(p("e").constData(), p("d/linkdir").constData()) == 0);
@@ -175,18 +152,6 @@ private Q_SLOTS:
         QCOMPARE(result->countScanned, quint32(paths.size() + 1));
         std::sort(paths.begin(), paths.end()); // walk order: names byte for byte
         QCOMPARE(duplicateGroups(*result), (Groups{paths}));
-    }
-
-    void entryBeginningWithDot()
-    {
-        file("d/a", "same");
-        file("d/b", "same");
-        const QString saved = QDir::currentPath();
-        QDir::setCurrent(QFile::decodeName(root()));
-        auto result = scan({"./d", p("d/a"), p("d/b")}, noCache(), {1, 0, 0});
-        QDir::setCurrent(saved);
-        QVERIFY(result);
-        QCOMPARE(result->countScanned, 0u);
     }
 
     void packagesAreOneItem()
@@ -206,55 +171,44 @@ private Q_SLOTS:
         QCOMPARE(result->sizeDup, nodeFor(*result, p("d/Foo.app"))->fileSize);
     }
 
+    void photoLibraries_data()
+    {
+        QTest::addColumn<int>("answer"); // -1: Photos is not running
+        QTest::addColumn<quint32>("scanned");
+        QTest::newRow("not running") << -1 << 2u;
+        QTest::newRow("quit and retry") << 0 << 2u;
+        QTest::newRow("skip the library") << 1 << 1u; // the next library is taken
+    }
+
+    // One Photos library per scan, the migrated one never read; a running Photos is asked about.
     void photoLibraries()
     {
+        QFETCH(int, answer);
+        QFETCH(quint32, scanned);
         PhotosLibraryFixture first(p("d"), "First");
-        first.addPhoto(photo("2020/a.jpg"));
-        first.addPhoto(photo("2020/b.jpg"));
+        first.addPhoto(Photo("2020/a.jpg", "photo bytes"));
+        first.addPhoto(Photo("2020/b.jpg", "photo bytes"));
         QVERIFY(first.write());
         PhotosLibraryFixture second(p("d"), "Second");
-        second.addPhoto(photo("2021/c.jpg"));
+        second.addPhoto(Photo("2021/c.jpg", "photo bytes"));
         QVERIFY(second.write());
         file("d/Old.migratedphotolibrary/Masters/x.jpg", "photo bytes");
-        auto result = scan({p("d")});
+        int asked = 0;
+        ScanOptions options = noCache();
+        // Photos runs until it has been asked to quit once.
+        options.applicationRunning = [&](const QString&) { return answer >= 0 && ++asked == 1; };
+        if (answer >= 0)
+            m_alerts.enqueueAnswer(answer);
+        auto result = scan({p("d")}, options);
         QVERIFY(result);
-        // One Photos library per scan; the migrated library is never read.
-        QCOMPARE(result->countScanned, 2u);
+        QCOMPARE(m_alerts.alerts().size(), answer >= 0 ? 1 : 0);
+        QCOMPARE(result->countScanned, scanned);
+        if (answer == 1)
+            return;
         const FileInfoNode* a = nodeFor(*result, first.photo(0).imagePath);
         QVERIFY(a && a->photosInfo);
         QCOMPARE(a->photosInfo->uuIDRkVersion, first.photo(0).versionUuid);
         QCOMPARE(duplicateGroups(*result), (Groups{{first.photo(0).imagePath, first.photo(1).imagePath}}));
-    }
-
-    void photosLibraryOpenInItsApplication_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<int>("scanned");
-        QTest::newRow("quit and retry") << 0 << 2;
-        QTest::newRow("skip the library") << 1 << 0;
-    }
-
-    void photosLibraryOpenInItsApplication()
-    {
-        QFETCH(int, answer);
-        QFETCH(int, scanned);
-        PhotosLibraryFixture library(p("d"), "Open");
-        library.addPhoto(photo("a.jpg"));
-        library.addPhoto(photo("b.jpg"));
-        QVERIFY(library.write());
-        QStringList asked;
-        ScanOptions options = noCache();
-        // Photos runs until it has been asked to quit once.
-        options.applicationRunning = [&](const QString& id) {
-            asked << id;
-            return asked.size() == 1;
-        };
-        m_alerts.enqueueAnswer(answer);
-        auto result = scan({p("d")}, options);
-        QVERIFY(result);
-        QCOMPARE(asked.first(), QStringLiteral("com.apple.Photos"));
-        QCOMPARE(m_alerts.alerts().size(), 1);
-        QCOMPARE(result->countScanned, quint32(scanned));
     }
 };
 
