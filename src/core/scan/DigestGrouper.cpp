@@ -134,6 +134,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             m_state.outOfMemory = true;
             m_state.abortMe = true;
             work.done.notify_all();
+            work.ready.notify_all();
         }
     };
     if (m > 0 && !m_state.aborted()) {
@@ -177,8 +178,10 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         quint8 status = work.status[i].load();
         if (!DigestWork::isFinal(status)) {
             std::unique_lock lock(work.mutex);
+            work.awaited.store(qint64(i));
             while (!DigestWork::isFinal(status = work.status[i].load()) && !m_state.aborted())
-                work.done.wait_for(lock, std::chrono::milliseconds(50));
+                work.ready.wait_for(lock, std::chrono::milliseconds(50));
+            work.awaited.store(-1);
             if (!DigestWork::isFinal(status))
                 break; // stopped before its digest came
         }

@@ -15,6 +15,26 @@ DigestWork::DigestWork(ScanResult& result, ScanState& state, bool shareDigests)
     : m_result(result), m_state(state), m_shareDigests(shareDigests)
 {}
 
+void DigestWork::finished(quint32 begin, quint32 end)
+{
+    // The grouping thread is woken once the hashing threads are kSlack records past the one
+    // it waits for, so it takes them in a batch instead of waking for every record; a hashing
+    // thread that runs out of work wakes it too, and it looks again every 50 ms regardless.
+    // The status stores before this and its store of `awaited` before its status check are
+    // sequentially consistent, and taking the mutex makes sure it is inside its wait.
+    const qint64 waitingFor = awaited.load();
+    if (waitingFor >= 0 && qint64(end) > waitingFor + kSlack && qint64(begin) <= waitingFor + kSlack)
+        wakeGrouping();
+}
+
+void DigestWork::wakeGrouping()
+{
+    if (awaited.load() < 0)
+        return;
+    std::lock_guard lock(mutex);
+    ready.notify_all();
+}
+
 size_t DigestWork::bucketOf(quint32 index) const
 {
     const auto it = std::upper_bound(buckets.begin(), buckets.end(), index,
@@ -63,7 +83,7 @@ void DigestWork::digestFully(size_t index)
         node.md5 = digest;
         status[index].store(digest.isEmpty() ? Unreadable : Digested);
     }
-    done.notify_all();
+    wakeGrouping(); // a long read: the grouping thread need not wait for more
 }
 
 void DigestWork::digestSet(const std::vector<quint32>& set)
@@ -88,7 +108,7 @@ void DigestWork::digestSet(const std::vector<quint32>& set)
             status[set[k]].store(Digested);
         }
     }
-    done.notify_all();
+    wakeGrouping();
     // Whatever could not be settled side by side is read on its own, which gives the reason;
     // after a stop nothing more is read (the grouping stops before those records).
     for (size_t k = 0; k < set.size() && !m_state.aborted(); ++k)
@@ -128,13 +148,21 @@ void DigestWork::decideBucket(size_t bucket)
             sets.emplace_back();
         sets[it->second].push_back(i);
     }
+    bool wakeAll = false;
     {
         std::lock_guard lock(mutex);
         for (std::vector<quint32>& set : sets)
             fullQueue.push_back(std::move(set));
         --bucketsUndecided;
+        // Idle hashing threads wait for queued work, or for the last decision to leave.
+        wakeAll = !sets.empty() || bucketsUndecided == 0;
     }
-    done.notify_all();
+    if (wakeAll) {
+        done.notify_all();
+        wakeGrouping();
+    } else {
+        finished(begin, end);
+    }
 }
 
 void DigestWork::run()
@@ -160,7 +188,7 @@ void DigestWork::run()
             m_state.setCurrentFile(cand[index]->filePath);
             readEdges(index);
             if (isFinal(status[index].load()))
-                done.notify_all();
+                finished(index, index + 1);
             const size_t bucket = bucketOf(index);
             if (remaining[bucket].fetch_sub(1) == 1)
                 decideBucket(bucket);
@@ -170,7 +198,13 @@ void DigestWork::run()
         std::unique_lock lock(mutex);
         if (fullQueue.empty() && bucketsUndecided == 0)
             break;
+        lock.unlock();
+        wakeGrouping(); // it may wait for records this thread finished
+        lock.lock();
+        if (fullQueue.empty() && bucketsUndecided == 0)
+            break;
         done.wait_for(lock, std::chrono::milliseconds(50));
     }
     done.notify_all();
+    wakeGrouping();
 }

@@ -36,6 +36,7 @@ public:
     }
 
     static constexpr qint64 kBlockSize = 4096;
+    static constexpr qint64 kSlack = 64; // records the hashing threads run ahead before a wake-up
 
     DigestWork(ScanResult& result, ScanState& state, bool shareDigests);
 
@@ -56,9 +57,17 @@ public:
     // set share their size and edges, so may be byte-identical.
     std::deque<std::vector<quint32>> fullQueue;
     size_t bucketsUndecided = 0;
-    std::condition_variable done; // a record became final, or work was queued
+    std::condition_variable done;  // hashing threads: work was queued, or the last bucket decided
+    std::condition_variable ready; // the grouping thread: records it waits for became final
+    // The candidate the grouping thread waits for, or -1: set under the mutex before it
+    // waits, so a hashing thread wakes it only for that record, not for every one.
+    std::atomic<qint64> awaited{-1};
 
 private:
+    // Called after the records [begin, end) became final: wakes the grouping thread when
+    // they take the hashing threads far enough past the record it waits for.
+    void finished(quint32 begin, quint32 end);
+    void wakeGrouping();
     size_t bucketOf(quint32 index) const;
     void readEdges(size_t index);
     void skip(const FileInfoNode& node, const QString& reason) const;
