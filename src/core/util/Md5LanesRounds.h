@@ -26,7 +26,7 @@ inline constexpr uint32_t kK[64] = {
 template <int Width> struct WideConstants
 {
     alignas(64) uint32_t k[64][Width];
-    constexpr WideConstants() : k{}
+    consteval WideConstants() : k{}
     {
         for (int i = 0; i < 64; ++i)
             for (int l = 0; l < Width; ++l)
@@ -40,13 +40,13 @@ inline constexpr uint32_t kInit[4] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x1032
 // Left-rotate amounts: four per round, repeating within the round.
 inline constexpr int kShift[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
 
-constexpr int shift(int step)
+consteval int shift(int step)
 {
     return kShift[step / 16][step % 4];
 }
 
 // Which message word step i adds.
-constexpr int word(int step)
+consteval int word(int step)
 {
     const int i = step % 16;
     switch (step / 16) {
@@ -61,9 +61,12 @@ constexpr int word(int step)
     }
 }
 
+// These index functions are consteval so no out-of-line copy is ever emitted: built inside a
+// file with wider vector instructions, such a copy could be the one the linker keeps.
+
 // The four working variables rotate roles each step: at step i, "a" is v[(4 - i) % 4], "b" the
 // next one, and so on; keeping them in a fixed array indexed at compile time avoids moves.
-constexpr int role(int step, int r)
+consteval int role(int step, int r)
 {
     return (4 - step % 4 + r) % 4;
 }
