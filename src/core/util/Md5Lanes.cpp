@@ -13,7 +13,7 @@ namespace {
 struct ScalarOps
 {
     static uint32_t add(uint32_t x, uint32_t y) { return x + y; }
-    static uint32_t constant(uint32_t k) { return k; }
+    template <int I> static uint32_t constant() { return Rounds::kK[I]; }
     template <int S> static uint32_t rotl(uint32_t x) { return std::rotl(x, S); }
     template <int Round> static uint32_t f(uint32_t b, uint32_t c, uint32_t d)
     {
@@ -37,7 +37,7 @@ void compressScalar(uint32_t v[4], const unsigned char* data, size_t blocks)
             w[i] = uint32_t(data[4 * i]) | uint32_t(data[4 * i + 1]) << 8 | uint32_t(data[4 * i + 2]) << 16 |
                    uint32_t(data[4 * i + 3]) << 24;
         uint32_t x[4] = {v[0], v[1], v[2], v[3]};
-        Rounds::allSteps<ScalarOps>(x, w, std::make_integer_sequence<int, 64>());
+        Rounds::allSteps(ScalarOps(), x, w, std::make_integer_sequence<int, 64>());
         for (int r = 0; r < 4; ++r)
             v[r] += x[r];
     }

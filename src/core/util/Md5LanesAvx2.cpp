@@ -12,7 +12,8 @@ using V = __m256i;
 struct Ops
 {
     static V add(V x, V y) { return _mm256_add_epi32(x, y); }
-    static V constant(uint32_t k) { return _mm256_set1_epi32(static_cast<int>(k)); }
+    const uint32_t (*k)[8]; // the round constants, one row per step
+    template <int I> V constant() const { return _mm256_load_si256(reinterpret_cast<const V*>(k[I])); }
     template <int S> static V rotl(V x) // no vector rotate before AVX-512: two shifts and an or
     {
         return _mm256_or_si256(_mm256_slli_epi32(x, S), _mm256_srli_epi32(x, 32 - S));
@@ -36,17 +37,20 @@ struct Ops
 [[gnu::always_inline]] inline void transpose8(const V r[8], V w[8])
 {
     V t[8], u[8];
+#pragma GCC unroll 16
     for (int p = 0; p < 4; ++p) {
         t[2 * p] = _mm256_unpacklo_epi32(r[2 * p], r[2 * p + 1]);
         t[2 * p + 1] = _mm256_unpackhi_epi32(r[2 * p], r[2 * p + 1]);
     }
-    // u[4q + k], half c: word 4c + k of lanes 4q .. 4q + 3.
+// u[4q + k], half c: word 4c + k of lanes 4q .. 4q + 3.
+#pragma GCC unroll 16
     for (int q = 0; q < 2; ++q) {
         u[4 * q] = _mm256_unpacklo_epi64(t[4 * q], t[4 * q + 2]);
         u[4 * q + 1] = _mm256_unpackhi_epi64(t[4 * q], t[4 * q + 2]);
         u[4 * q + 2] = _mm256_unpacklo_epi64(t[4 * q + 1], t[4 * q + 3]);
         u[4 * q + 3] = _mm256_unpackhi_epi64(t[4 * q + 1], t[4 * q + 3]);
     }
+#pragma GCC unroll 16
     for (int k = 0; k < 4; ++k) {
         w[k] = _mm256_permute2x128_si256(u[k], u[4 + k], 0x20);     // low halves
         w[4 + k] = _mm256_permute2x128_si256(u[k], u[4 + k], 0x31); // high halves
@@ -54,6 +58,11 @@ struct Ops
 }
 
 alignas(64) const unsigned char kIdleBlock[64] = {};
+
+// The constants are read through a volatile pointer: when the compiler sees their (uniform)
+// values it builds each broadcast in registers, 2 extra vector operations per step; taken
+// from memory they fold into the adds.
+const uint32_t (*const volatile kConstants)[8] = Md5Lanes::Rounds::kWideK<8>.k;
 
 } // namespace
 
@@ -69,6 +78,7 @@ void compressAvx2(State& state, const unsigned char* const data[kMaxLanes], cons
     }
     const auto load = [](const uint32_t* p) { return _mm256_load_si256(reinterpret_cast<const V*>(p)); };
     V v[4] = {load(state.a), load(state.b), load(state.c), load(state.d)};
+    const Ops ops{kConstants};
     for (;;) {
         // Runs of blocks during which the same lanes are busy: the mask only changes between runs.
         size_t run = 0;
@@ -86,7 +96,9 @@ void compressAvx2(State& state, const unsigned char* const data[kMaxLanes], cons
         const V busy = _mm256_loadu_si256(reinterpret_cast<const V*>(busyBits));
         for (size_t i = 0; i < run; ++i) {
             V r[8], w[16];
+#pragma GCC unroll 16
             for (int half = 0; half < 2; ++half) {
+#pragma GCC unroll 16
                 for (int l = 0; l < 8; ++l)
                     r[l] = _mm256_loadu_si256(reinterpret_cast<const V*>(ptr[l] + 32 * half));
                 transpose8(r, w + 8 * half);
@@ -94,7 +106,8 @@ void compressAvx2(State& state, const unsigned char* const data[kMaxLanes], cons
             for (int l = 0; l < 8; ++l)
                 ptr[l] += step[l];
             V x[4] = {v[0], v[1], v[2], v[3]};
-            Rounds::allSteps<Ops>(x, w, std::make_integer_sequence<int, 64>());
+            Rounds::allSteps(ops, x, w, std::make_integer_sequence<int, 64>());
+#pragma GCC unroll 16
             for (int s = 0; s < 4; ++s) // busy lanes add the block's result; the others keep theirs
                 v[s] = _mm256_add_epi32(v[s], _mm256_and_si256(x[s], busy));
         }

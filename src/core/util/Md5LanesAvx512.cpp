@@ -13,7 +13,8 @@ using V = __m512i;
 struct Ops
 {
     static V add(V x, V y) { return _mm512_add_epi32(x, y); }
-    static V constant(uint32_t k) { return _mm512_set1_epi32(static_cast<int>(k)); }
+    const uint32_t (*k)[16]; // the round constants, one row per step
+    template <int I> V constant() const { return _mm512_load_si512(k[I]); }
     template <int S> static V rotl(V x) { return _mm512_rol_epi32(x, S); }
     // One vpternlogd per round function; the immediate is the function's truth table with
     // b, c, d as the bits 2, 1, 0 of the index.
@@ -30,18 +31,21 @@ struct Ops
 [[gnu::always_inline]] inline void transpose(const V r[16], V w[16])
 {
     V t[16], u[16];
+#pragma GCC unroll 16
     for (int p = 0; p < 8; ++p) {
         t[2 * p] = _mm512_unpacklo_epi32(r[2 * p], r[2 * p + 1]);
         t[2 * p + 1] = _mm512_unpackhi_epi32(r[2 * p], r[2 * p + 1]);
     }
-    // u[4q + k], quarter c: word 4c + k of lanes 4q .. 4q + 3.
+// u[4q + k], quarter c: word 4c + k of lanes 4q .. 4q + 3.
+#pragma GCC unroll 16
     for (int q = 0; q < 4; ++q) {
         u[4 * q] = _mm512_unpacklo_epi64(t[4 * q], t[4 * q + 2]);
         u[4 * q + 1] = _mm512_unpackhi_epi64(t[4 * q], t[4 * q + 2]);
         u[4 * q + 2] = _mm512_unpacklo_epi64(t[4 * q + 1], t[4 * q + 3]);
         u[4 * q + 3] = _mm512_unpackhi_epi64(t[4 * q + 1], t[4 * q + 3]);
     }
-    // w[4c + k] quarter q is u[4q + k] quarter c: a 4x4 transpose of quarters for each k.
+// w[4c + k] quarter q is u[4q + k] quarter c: a 4x4 transpose of quarters for each k.
+#pragma GCC unroll 16
     for (int k = 0; k < 4; ++k) {
         const V c0 = _mm512_shuffle_i32x4(u[k], u[4 + k], 0x44);      // u0.0 u0.1 u1.0 u1.1
         const V c1 = _mm512_shuffle_i32x4(u[k], u[4 + k], 0xee);      // u0.2 u0.3 u1.2 u1.3
@@ -57,6 +61,11 @@ struct Ops
 // Lanes without data read this block, and their result is masked away.
 alignas(64) const unsigned char kIdleBlock[64] = {};
 
+// The constants are read through a volatile pointer: when the compiler sees their (uniform)
+// values it builds each broadcast in registers, 2 extra vector operations per step; taken
+// from memory they fold into the adds.
+const uint32_t (*const volatile kConstants)[16] = Md5Lanes::Rounds::kWideK<16>.k;
+
 } // namespace
 
 namespace Md5Lanes::Detail {
@@ -71,6 +80,7 @@ void compressAvx512(State& state, const unsigned char* const data[kMaxLanes], co
     }
     V v[4] = {_mm512_load_si512(state.a), _mm512_load_si512(state.b), _mm512_load_si512(state.c),
               _mm512_load_si512(state.d)};
+    const Ops ops{kConstants};
     for (;;) {
         // Runs of blocks during which the same lanes are busy: the mask only changes between runs.
         size_t run = 0;
@@ -87,13 +97,15 @@ void compressAvx512(State& state, const unsigned char* const data[kMaxLanes], co
         }
         for (size_t i = 0; i < run; ++i) {
             V r[16], w[16];
+#pragma GCC unroll 16
             for (int l = 0; l < 16; ++l) {
                 r[l] = _mm512_loadu_si512(ptr[l]);
                 ptr[l] += step[l];
             }
             transpose(r, w);
             V x[4] = {v[0], v[1], v[2], v[3]};
-            Rounds::allSteps<Ops>(x, w, std::make_integer_sequence<int, 64>());
+            Rounds::allSteps(ops, x, w, std::make_integer_sequence<int, 64>());
+#pragma GCC unroll 16
             for (int s = 0; s < 4; ++s) // busy lanes add the block's result; the others keep theirs
                 v[s] = _mm512_mask_add_epi32(v[s], busy, v[s], x[s]);
         }

@@ -21,18 +21,32 @@ inline constexpr uint32_t kK[64] = {
     0xf4292244, 0x432aff97, 0xab9423a7, 0xfc93a039, 0x655b59c3, 0x8f0ccc92, 0xffeff47d, 0x85845dd1,
     0x6fa87e4f, 0xfe2ce6e0, 0xa3014314, 0x4e0811a1, 0xf7537e82, 0xbd3af235, 0x2ad7d2bb, 0xeb86d391};
 
+// kK repeated across each lane of a vector, so a vector add can take its constant straight
+// from memory.
+template <int Width> struct WideConstants
+{
+    alignas(64) uint32_t k[64][Width];
+    consteval WideConstants() : k{}
+    {
+        for (int i = 0; i < 64; ++i)
+            for (int l = 0; l < Width; ++l)
+                k[i][l] = kK[i];
+    }
+};
+template <int Width> inline constexpr WideConstants<Width> kWideK{};
+
 inline constexpr uint32_t kInit[4] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476};
 
 // Left-rotate amounts: four per round, repeating within the round.
 inline constexpr int kShift[4][4] = {{7, 12, 17, 22}, {5, 9, 14, 20}, {4, 11, 16, 23}, {6, 10, 15, 21}};
 
-constexpr int shift(int step)
+consteval int shift(int step)
 {
     return kShift[step / 16][step % 4];
 }
 
 // Which message word step i adds.
-constexpr int word(int step)
+consteval int word(int step)
 {
     const int i = step % 16;
     switch (step / 16) {
@@ -47,28 +61,33 @@ constexpr int word(int step)
     }
 }
 
+// These index functions are consteval so no out-of-line copy is ever emitted: built inside a
+// file with wider vector instructions, such a copy could be the one the linker keeps.
+
 // The four working variables rotate roles each step: at step i, "a" is v[(4 - i) % 4], "b" the
 // next one, and so on; keeping them in a fixed array indexed at compile time avoids moves.
-constexpr int role(int step, int r)
+consteval int role(int step, int r)
 {
     return (4 - step % 4 + r) % 4;
 }
 
 // One step for any lane type: Ops supplies add, the round function f<round>(b, c, d),
-// rotl<s>(x) and constant(k) (k broadcast to every lane).
-template <class Ops, int I, class V> [[gnu::always_inline]] inline void step(V v[4], const V w[16])
+// rotl<s>(x) and constant<i>() (kK[i] in every lane).
+template <class Ops, int I, class V>
+[[gnu::always_inline]] inline void step(const Ops& ops, V v[4], const V w[16])
 {
     V& a = v[role(I, 0)];
     const V b = v[role(I, 1)], c = v[role(I, 2)], d = v[role(I, 3)];
-    V t = Ops::add(a, Ops::add(w[word(I)], Ops::constant(kK[I])));
+    V t = Ops::add(a, Ops::add(w[word(I)], ops.template constant<I>()));
     t = Ops::add(t, Ops::template f<I / 16>(b, c, d));
     a = Ops::add(b, Ops::template rotl<shift(I)>(t));
 }
 
 template <class Ops, class V, int... I>
-[[gnu::always_inline]] inline void allSteps(V v[4], const V w[16], std::integer_sequence<int, I...>)
+[[gnu::always_inline]] inline void allSteps(const Ops& ops, V v[4], const V w[16],
+                                            std::integer_sequence<int, I...>)
 {
-    (step<Ops, I>(v, w), ...);
+    (step<Ops, I>(ops, v, w), ...);
 }
 
 } // namespace Md5Lanes::Rounds
