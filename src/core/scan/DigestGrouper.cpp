@@ -138,7 +138,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         }
     };
     if (m > 0 && !m_state.aborted()) {
-        for (int t = 0; t < std::clamp(m_options.hashThreads, 1, 16); ++t) {
+        work.threads = std::clamp(m_options.hashThreads, 1, 16);
+        for (int t = 0; t < work.threads; ++t) {
             try {
                 hashers.emplace_back(runHasher);
             } catch (const std::system_error& e) {
@@ -147,6 +148,10 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                                .arg(hashers.size()));
                 break;
             }
+        }
+        {
+            std::lock_guard lock(work.mutex);
+            work.threads = std::max<int>(1, int(hashers.size()));
         }
         if (hashers.empty())
             runHasher(); // no thread at all: everything is read here, then grouped

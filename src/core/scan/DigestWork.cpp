@@ -8,7 +8,6 @@
 #include "util/CommonFuncs.h"
 
 #include <algorithm>
-#include <optional>
 #include <unordered_map>
 
 DigestWork::DigestWork(ScanResult& result, ScanState& state, bool shareDigests)
@@ -86,34 +85,74 @@ void DigestWork::digestFully(size_t index)
     wakeGrouping(); // a long read: the grouping thread need not wait for more
 }
 
-void DigestWork::digestSet(const std::vector<quint32>& set)
+void DigestWork::digestQueued()
 {
-    if (set.size() < 2 || cand[set.front()]->isDirectory) {
-        for (quint32 index : set)
-            digestFully(index);
-        return;
-    }
-    std::vector<FileInfoNode*> nodes;
-    nodes.reserve(set.size());
-    for (quint32 index : set)
-        nodes.push_back(cand[index]);
-    m_state.setCurrentFile(nodes.front()->filePath, true);
-    const std::vector<QByteArray> digests = IdenticalSetDigest::digest(nodes, &m_state.abortMe);
-    {
-        std::lock_guard lock(mutex);
-        for (size_t k = 0; k < set.size(); ++k) {
-            if (digests[k].isEmpty())
-                continue;
-            nodes[k]->md5 = digests[k];
-            status[set[k]].store(Digested);
+    // A set popped from the queue, in slices of at most kMaxOpen members; packages, and the
+    // members that could not be settled side by side, are read on their own after.
+    std::vector<quint32> current;
+    std::vector<quint32> alone;
+    int mine = 0; // slices in this thread's hands
+    const auto next = [&](IdenticalSetDigest::Set& set) {
+        for (;;) {
+            if (current.empty()) {
+                std::lock_guard lock(mutex);
+                if (fullQueue.empty())
+                    return false;
+                // The queued sets are shared out between the threads, so that every thread
+                // has lanes to fill and reads its part.
+                const size_t share =
+                    (size_t(slicesInHand) + fullQueue.size() + threads - 1) / size_t(threads);
+                if (mine > 0 && size_t(mine) >= share)
+                    return false;
+                current = std::move(fullQueue.front());
+                fullQueue.pop_front();
+                if (!m_shareDigests || cand[current.front()]->isDirectory) {
+                    alone.insert(alone.end(), current.begin(), current.end());
+                    current.clear();
+                    if (!m_shareDigests)
+                        return false; // the plain walk: one file at a time, on its own
+                    continue;
+                }
+            }
+            const size_t take = std::min(current.size(), IdenticalSetDigest::kMaxOpen);
+            set.tags.assign(current.begin(), current.begin() + qsizetype(take));
+            current.erase(current.begin(), current.begin() + qsizetype(take));
+            set.nodes.clear();
+            for (quint32 index : set.tags)
+                set.nodes.push_back(cand[index]);
+            m_state.setCurrentFile(set.nodes.front()->filePath, true);
+            std::lock_guard lock(mutex);
+            ++slicesInHand;
+            ++mine;
+            return true;
         }
+    };
+    const auto settle = [&](IdenticalSetDigest::Set& set) {
+        {
+            std::lock_guard lock(mutex);
+            --slicesInHand;
+            --mine;
+            for (size_t k = 0; k < set.tags.size(); ++k) {
+                if (set.digests[k].isEmpty()) {
+                    alone.push_back(set.tags[k]);
+                    continue;
+                }
+                set.nodes[k]->md5 = std::move(set.digests[k]);
+                status[set.tags[k]].store(Digested);
+            }
+        }
+        wakeGrouping();
+    };
+    IdenticalSetDigest::run(next, settle, &m_state.abortMe);
+    // A set left over after a stop goes back to the queue (nothing more is read, and the
+    // grouping stops before those records).
+    if (!current.empty()) {
+        std::lock_guard lock(mutex);
+        fullQueue.push_front(std::move(current));
     }
-    wakeGrouping();
-    // Whatever could not be settled side by side is read on its own, which gives the reason;
-    // after a stop nothing more is read (the grouping stops before those records).
-    for (size_t k = 0; k < set.size() && !m_state.aborted(); ++k)
-        if (digests[k].isEmpty())
-            digestFully(set[k]);
+    // Read on their own, which gives the reason of what could not be read.
+    for (size_t k = 0; k < alone.size() && !m_state.aborted(); ++k)
+        digestFully(alone[k]);
 }
 
 void DigestWork::decideBucket(size_t bucket)
@@ -167,21 +206,11 @@ void DigestWork::decideBucket(size_t bucket)
 
 void DigestWork::run()
 {
+    // First blocks first: every decision made early gives the lanes many sets to digest
+    // side by side.
     for (;;) {
         if (m_state.aborted())
             break;
-        std::optional<std::vector<quint32>> full;
-        {
-            std::lock_guard lock(mutex);
-            if (!fullQueue.empty()) {
-                full = std::move(fullQueue.front());
-                fullQueue.pop_front();
-            }
-        }
-        if (full) {
-            digestSet(*full);
-            continue;
-        }
         const size_t k = nextFirstBlock.fetch_add(1);
         if (k < firstBlocks.size()) {
             const quint32 index = firstBlocks[k];
@@ -194,16 +223,22 @@ void DigestWork::run()
                 decideBucket(bucket);
             continue;
         }
-        // No first blocks left: wait for full digests that other threads' decisions queue.
+        bool queued = false;
+        {
+            std::lock_guard lock(mutex);
+            queued = !fullQueue.empty();
+        }
+        if (queued) {
+            digestQueued();
+            continue;
+        }
+        // Wait for full digests that other threads' decisions queue.
+        wakeGrouping(); // it may wait for records this thread finished
         std::unique_lock lock(mutex);
         if (fullQueue.empty() && bucketsUndecided == 0)
             break;
-        lock.unlock();
-        wakeGrouping(); // it may wait for records this thread finished
-        lock.lock();
-        if (fullQueue.empty() && bucketsUndecided == 0)
-            break;
-        done.wait_for(lock, std::chrono::milliseconds(50));
+        if (fullQueue.empty())
+            done.wait_for(lock, std::chrono::milliseconds(50));
     }
     done.notify_all();
     wakeGrouping();

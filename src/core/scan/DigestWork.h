@@ -16,8 +16,9 @@ struct ScanResult;
 
 // The hashing side of the grouping: the candidates (same-size buckets in grouping order),
 // what is known of each, and the hashing threads' loop. Threads read first and last blocks
-// in grouping order, decide a bucket once its last edges are in, and take the full digests
-// this asks for (as sets of possibly identical files) before further edges.
+// in grouping order and decide a bucket once its last edges are in; the full digests this
+// asks for (as sets of possibly identical files) are queued, and once the edges are all read
+// the threads share the queue out and digest their sets side by side in MD5 lanes.
 class DigestWork
 {
 public:
@@ -57,6 +58,8 @@ public:
     // set share their size and edges, so may be byte-identical.
     std::deque<std::vector<quint32>> fullQueue;
     size_t bucketsUndecided = 0;
+    int slicesInHand = 0;          // set slices the threads are digesting
+    int threads = 1;               // hashing threads sharing the queue
     std::condition_variable done;  // hashing threads: work was queued, or the last bucket decided
     std::condition_variable ready; // the grouping thread: records it waits for became final
     // The candidate the grouping thread waits for, or -1: set under the mutex before it
@@ -72,7 +75,8 @@ private:
     void readEdges(size_t index);
     void skip(const FileInfoNode& node, const QString& reason) const;
     void digestFully(size_t index);
-    void digestSet(const std::vector<quint32>& set);
+    // Digests queued sets, this thread's share of them side by side, while there are any.
+    void digestQueued();
     void decideBucket(size_t bucket);
 
     ScanResult& m_result;

@@ -3,167 +3,305 @@
 #include "model/FileInfoNode.h"
 #include "platform/Platform.h"
 #include "scan/RecordedFile.h"
-#include "util/CommonFuncs.h"
+#include "util/Md5Lanes.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <list>
 #include <memory>
-#include <openssl/evp.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace {
 
-constexpr size_t kMaxOpen = IdenticalSetDigest::kMaxOpen;
 constexpr size_t kChunk = IdenticalSetDigest::kChunk;
-
-using Context = std::unique_ptr<EVP_MD_CTX, decltype(&EVP_MD_CTX_free)>;
-
-Context newContext()
-{
-    return Context(EVP_MD_CTX_new(), &EVP_MD_CTX_free);
-}
-
-// False on an error or when the file is shorter than recorded.
-bool readFully(int fd, unsigned char* buffer, size_t length)
-{
-    return Platform::readFull(fd, reinterpret_cast<char*>(buffer), qint64(length)) == qint64(length);
-}
+constexpr size_t kMaxFiles = IdenticalSetDigest::kMaxFiles;
+constexpr size_t kMaxOpen = IdenticalSetDigest::kMaxOpen;
+constexpr int kLanes = Md5Lanes::kMaxLanes;
+static_assert(kChunk % 64 == 0, "whole blocks per chunk until the last");
 
 struct Member
 {
-    size_t node = 0; // index in the caller's nodes
     int fd = -1;
     struct stat before
     {};
-    bool live = true;
+    bool live = false;
+    unsigned char* buffer = nullptr; // one chunk, from the pool
 };
 
-// Members whose bytes were equal so far, and the digest of those bytes.
+// Members whose bytes were equal so far, and the lane that digests them.
 struct EqualClass
 {
-    Context context = newContext();
-    std::vector<size_t> members; // indices in the member list
+    int lane = -1;
+    std::vector<size_t> members; // indices in the set's members
 };
 
-void digestSlice(const std::vector<FileInfoNode*>& nodes, size_t begin, size_t end,
-                 const std::atomic<bool>* abortFlag, std::vector<QByteArray>& out)
+struct InHand
 {
+    IdenticalSetDigest::Set set;
     std::vector<Member> members;
-    for (size_t i = begin; i < end; ++i) {
-        Member m;
-        m.node = i;
+    std::vector<EqualClass> classes;
+    quint64 size = 0;
+    quint64 offset = 0; // bytes read and digested from every live member
+    size_t length = 0;  // bytes of the current chunk
+};
+
+// The lanes' states and which of them are free.
+struct Lanes
+{
+    Lanes()
+    {
+        for (int lane = kLanes - 1; lane >= 0; --lane)
+            free.push_back(lane);
+    }
+    int take()
+    {
+        if (free.empty())
+            return -1;
+        const int lane = free.back();
+        free.pop_back();
+        return lane;
+    }
+
+    Md5Lanes::Impl impl = Md5Lanes::best();
+    Md5Lanes::State state{};
+    std::vector<int> free;
+};
+
+// The time of one call of a block function over all its lanes, in single-lane block times
+// (the measured throughput of one lane of the call against the plain block function).
+double callCost(Md5Lanes::Impl impl)
+{
+    switch (impl) {
+    case Md5Lanes::Impl::Avx512:
+        return 2.0;
+    case Md5Lanes::Impl::Avx2:
+        return 2.7;
+    case Md5Lanes::Impl::Scalar:
+        break;
+    }
+    return 1.0;
+}
+
+// Runs every lane's blocks. The lanes go in groups of the implementation's width, each moved
+// to the front of a scratch state and back; a group with too few busy lanes to pay for a
+// vector call runs lane by lane on the plain block function instead.
+void compressAll(Md5Lanes::Impl impl, Md5Lanes::State& state, const unsigned char* const data[kLanes],
+                 const size_t blocks[kLanes])
+{
+    const int width = Md5Lanes::width(impl);
+    for (int first = 0; first < kLanes; first += width) {
+        size_t longest = 0;
+        size_t total = 0;
+        for (int l = first; l < first + width; ++l) {
+            longest = std::max(longest, blocks[l]);
+            total += blocks[l];
+        }
+        if (total == 0)
+            continue;
+        const bool vector = double(longest) * callCost(impl) < double(total);
+        const Md5Lanes::Impl use = vector ? impl : Md5Lanes::Impl::Scalar;
+        const int span = vector ? width : 1;
+        for (int from = first; from < first + width; from += span) {
+            if (!vector && blocks[from] == 0)
+                continue;
+            Md5Lanes::State group{};
+            for (int l = 0; l < span; ++l) {
+                group.a[l] = state.a[from + l];
+                group.b[l] = state.b[from + l];
+                group.c[l] = state.c[from + l];
+                group.d[l] = state.d[from + l];
+            }
+            Md5Lanes::compress(use, group, data + from, blocks + from);
+            for (int l = 0; l < span; ++l) {
+                state.a[from + l] = group.a[l];
+                state.b[from + l] = group.b[l];
+                state.c[from + l] = group.c[l];
+                state.d[from + l] = group.d[l];
+            }
+        }
+    }
+}
+
+// Opens and checks the members; false when none of them can be read here.
+bool open(InHand& h, std::vector<unsigned char*>& pool)
+{
+    const auto& nodes = h.set.nodes;
+    h.size = nodes.front()->fileSize;
+    h.members.resize(nodes.size());
+    bool any = false;
+    for (size_t i = 0; i < nodes.size(); ++i) {
+        Member& m = h.members[i];
         m.fd = RecordedFile::open(*nodes[i]);
         if (m.fd < 0)
             continue;
         if (::fstat(m.fd, &m.before) != 0 || !RecordedFile::matchesRecord(*nodes[i], m.before)) {
             ::close(m.fd);
+            m.fd = -1;
             continue;
         }
         ::posix_fadvise(m.fd, 0, 0, POSIX_FADV_SEQUENTIAL);
-        members.push_back(m);
+        m.live = true;
+        m.buffer = pool.back();
+        pool.pop_back();
+        any = true;
     }
-    const auto closeAll = [&members] {
-        for (Member& m : members)
+    return any;
+}
+
+void release(InHand& h, Lanes& lanes, std::vector<unsigned char*>& pool)
+{
+    for (Member& m : h.members) {
+        if (m.fd >= 0)
             ::close(m.fd);
-    };
-    if (members.size() < 2) {
-        closeAll(); // nothing to share: the caller reads what is left on its own
-        return;
+        if (m.buffer)
+            pool.push_back(m.buffer);
     }
+    for (const EqualClass& c : h.classes)
+        lanes.free.push_back(c.lane);
+}
 
-    // One buffer per open member, kept per thread from set to set.
-    thread_local std::unique_ptr<unsigned char[]> buffers;
-    thread_local size_t capacity = 0;
-    if (capacity < kMaxOpen * kChunk) {
-        buffers.reset(new unsigned char[kMaxOpen * kChunk]);
-        capacity = kMaxOpen * kChunk;
-    }
-    const auto bufferOf = [](size_t member) { return buffers.get() + member * kChunk; };
-
-    std::vector<EqualClass> classes(1);
-    for (size_t k = 0; k < members.size(); ++k)
-        classes[0].members.push_back(k);
-    if (!classes[0].context || EVP_DigestInit_ex(classes[0].context.get(), md5Algorithm(), nullptr) != 1) {
-        closeAll();
-        return;
-    }
-
-    const quint64 size = nodes[begin]->fileSize;
-    bool stopped = false;
-    for (quint64 offset = 0; offset < size && !stopped; offset += kChunk) {
-        const size_t length = size_t(std::min<quint64>(kChunk, size - offset));
-        for (size_t k = 0; k < members.size(); ++k) {
-            if (abortFlag && abortFlag->load(std::memory_order_relaxed)) {
-                stopped = true;
-                break;
-            }
-            if (members[k].live && !readFully(members[k].fd, bufferOf(k), length))
-                members[k].live = false;
-        }
-        if (stopped)
-            break;
-        // Split each class by this chunk's bytes. A new class starts from a copy of the
-        // digest state so far, since its members shared every earlier byte.
-        const size_t classCount = classes.size();
-        for (size_t c = 0; c < classCount; ++c) {
-            std::vector<std::vector<size_t>> parts;
-            for (size_t k : classes[c].members) {
-                if (!members[k].live)
-                    continue;
-                auto same = std::find_if(parts.begin(), parts.end(), [&](const std::vector<size_t>& part) {
-                    return std::memcmp(bufferOf(part.front()), bufferOf(k), length) == 0;
-                });
-                if (same == parts.end())
-                    parts.push_back({k});
-                else
-                    same->push_back(k);
-            }
-            for (size_t p = 1; p < parts.size(); ++p) {
-                EqualClass split;
-                if (!split.context || EVP_MD_CTX_copy_ex(split.context.get(), classes[c].context.get()) != 1)
-                    continue; // its members get no digest here and are read on their own
-                split.members = std::move(parts[p]);
-                classes.push_back(std::move(split));
-            }
-            classes[c].members = parts.empty() ? std::vector<size_t>{} : std::move(parts.front());
-        }
-        for (EqualClass& cls : classes)
-            if (!cls.members.empty() &&
-                EVP_DigestUpdate(cls.context.get(), bufferOf(cls.members.front()), length) != 1)
-                cls.members.clear();
-    }
-
-    if (!stopped) {
-        for (Member& m : members) {
-            struct stat after;
-            if (m.live && (::fstat(m.fd, &after) != 0 || !RecordedFile::unchanged(m.before, after)))
-                m.live = false;
-        }
-        for (EqualClass& cls : classes) {
-            unsigned char digest[EVP_MAX_MD_SIZE];
-            unsigned int digestLength = 0;
-            if (cls.members.empty() || EVP_DigestFinal_ex(cls.context.get(), digest, &digestLength) != 1 ||
-                digestLength != 16)
+// Splits each class by this chunk's bytes. A split-off class continues from a copy of its
+// lane's state, since its members shared every earlier byte; without a free lane its
+// members are left to be read on their own.
+void split(InHand& h, Lanes& lanes)
+{
+    const size_t classCount = h.classes.size();
+    for (size_t c = 0; c < classCount; ++c) {
+        std::vector<std::vector<size_t>> parts;
+        for (size_t k : h.classes[c].members) {
+            if (!h.members[k].live)
                 continue;
-            const QByteArray hex = QByteArray(reinterpret_cast<const char*>(digest), 16).toHex();
-            for (size_t k : cls.members)
-                if (members[k].live)
-                    out[members[k].node] = hex;
+            auto same = std::find_if(parts.begin(), parts.end(), [&](const std::vector<size_t>& part) {
+                return std::memcmp(h.members[part.front()].buffer, h.members[k].buffer, h.length) == 0;
+            });
+            if (same == parts.end())
+                parts.push_back({k});
+            else
+                same->push_back(k);
         }
+        for (size_t p = 1; p < parts.size(); ++p) {
+            const int lane = lanes.take();
+            if (lane < 0) {
+                for (size_t k : parts[p])
+                    h.members[k].live = false;
+                continue;
+            }
+            Md5Lanes::copy(lanes.state, h.classes[c].lane, lane);
+            h.classes.push_back(EqualClass{lane, std::move(parts[p])});
+        }
+        h.classes[c].members = parts.empty() ? std::vector<size_t>{} : std::move(parts.front());
     }
-    closeAll();
+}
+
+// The set is read to its end: digests for the members that did not change meanwhile.
+void finish(InHand& h, Lanes& lanes)
+{
+    h.set.digests.assign(h.set.nodes.size(), QByteArray());
+    for (Member& m : h.members) {
+        struct stat after;
+        if (m.live && (::fstat(m.fd, &after) != 0 || !RecordedFile::unchanged(m.before, after)))
+            m.live = false;
+    }
+    // The last chunk's bytes past its whole blocks are the tail (none when the size is a
+    // multiple of the block, or zero).
+    const size_t whole = h.length / 64 * 64;
+    for (const EqualClass& c : h.classes) {
+        if (c.members.empty())
+            continue;
+        unsigned char digest[16];
+        Md5Lanes::finish(lanes.state, c.lane, h.members[c.members.front()].buffer + whole, h.length - whole,
+                         h.size, digest);
+        const QByteArray hex = QByteArray(reinterpret_cast<const char*>(digest), 16).toHex();
+        for (size_t k : c.members)
+            if (h.members[k].live)
+                h.set.digests[k] = hex;
+    }
 }
 
 } // namespace
 
-std::vector<QByteArray> IdenticalSetDigest::digest(const std::vector<FileInfoNode*>& nodes,
-                                                   const std::atomic<bool>* abortFlag)
+void IdenticalSetDigest::run(const Next& next, const Done& done, const std::atomic<bool>* abortFlag)
 {
-    std::vector<QByteArray> out(nodes.size());
-    for (size_t begin = 0; begin < nodes.size(); begin += kMaxOpen)
-        digestSlice(nodes, begin, std::min(nodes.size(), begin + kMaxOpen), abortFlag, out);
-    return out;
+    // Chunk buffers, kept per thread from run to run.
+    thread_local std::unique_ptr<unsigned char[]> storage;
+    if (!storage)
+        storage.reset(new unsigned char[kMaxFiles * kChunk]);
+    std::vector<unsigned char*> pool;
+    for (size_t i = 0; i < kMaxFiles; ++i)
+        pool.push_back(storage.get() + i * kChunk);
+
+    Lanes lanes;
+    std::list<InHand> hand;
+    const auto stopped = [abortFlag] { return abortFlag && abortFlag->load(std::memory_order_relaxed); };
+    const auto handOver = [&](InHand& h, bool digested) {
+        if (!digested)
+            h.set.digests.assign(h.set.nodes.size(), QByteArray());
+        release(h, lanes, pool);
+        done(h.set);
+    };
+    for (;;) {
+        // Take sets while a lane and room for a whole set's files are free.
+        while (!stopped() && !lanes.free.empty() && pool.size() >= kMaxOpen) {
+            InHand h;
+            if (!next(h.set))
+                break;
+            if (!open(h, pool)) {
+                handOver(h, false);
+                continue;
+            }
+            EqualClass all{lanes.take(), {}};
+            for (size_t k = 0; k < h.members.size(); ++k)
+                if (h.members[k].live)
+                    all.members.push_back(k);
+            Md5Lanes::init(lanes.state, all.lane);
+            h.classes.push_back(std::move(all));
+            hand.push_back(std::move(h));
+        }
+        if (hand.empty())
+            return;
+
+        // One chunk of every member in hand.
+        for (InHand& h : hand) {
+            h.length = size_t(std::min<quint64>(kChunk, h.size - h.offset));
+            for (Member& m : h.members) {
+                if (stopped())
+                    break;
+                if (m.live && Platform::readFull(m.fd, reinterpret_cast<char*>(m.buffer), qint64(h.length)) !=
+                                  qint64(h.length))
+                    m.live = false;
+            }
+        }
+        if (stopped()) {
+            for (InHand& h : hand)
+                handOver(h, false);
+            return;
+        }
+
+        // Split the classes, then run every class's whole blocks through the lanes at once.
+        const unsigned char* data[kLanes] = {};
+        size_t blocks[kLanes] = {};
+        for (InHand& h : hand) {
+            split(h, lanes);
+            for (const EqualClass& c : h.classes) {
+                if (c.members.empty())
+                    continue;
+                data[c.lane] = h.members[c.members.front()].buffer;
+                blocks[c.lane] = h.length / 64;
+            }
+        }
+        compressAll(lanes.impl, lanes.state, data, blocks);
+
+        for (auto it = hand.begin(); it != hand.end();) {
+            it->offset += it->length;
+            if (it->offset < it->size) {
+                ++it;
+                continue;
+            }
+            finish(*it, lanes);
+            handOver(*it, true);
+            it = hand.erase(it);
+        }
+    }
 }
