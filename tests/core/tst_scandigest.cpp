@@ -13,6 +13,7 @@
 
 #include <QFile>
 #include <QRandomGenerator>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QThread>
 
@@ -140,16 +141,21 @@ private Q_SLOTS:
     void fastScansMatchPlainWalk_data()
     {
         QTest::addColumn<quint32>("seed");
-        QTest::newRow("seed 1") << 1u;
-        QTest::newRow("seed 7") << 7u;
+        QTest::addColumn<QByteArray>("lanes"); // the MD5 lanes' width, where the CPU has it
+        QTest::newRow("seed 1, widest lanes") << 1u << QByteArray();
+        QTest::newRow("seed 7, 8 lanes") << 7u << QByteArray("avx2");
+        QTest::newRow("seed 3, one lane") << 3u << QByteArray("scalar");
     }
 
     // A seeded tree of copies and near-copies (parting in the first block, a later chunk, the
-    // middle, the last byte): the fast scans give the plain walk's groups in its order, its
-    // counts and the same cache rows.
+    // middle, the last byte): the fast scans, digesting side by side in MD5 lanes, give the
+    // plain walk's groups in its order, its counts and the same cache rows.
     void fastScansMatchPlainWalk()
     {
         QFETCH(quint32, seed);
+        QFETCH(QByteArray, lanes);
+        qputenv("QUILLON_MD5_LANES", lanes);
+        const auto restore = qScopeGuard([] { qunsetenv("QUILLON_MD5_LANES"); });
         QRandomGenerator rng(seed);
         const QList<qint64> sizes = {0, 1, 100, 4095, 4096, 4097, 8192, 8193, 70000, kSize - 1, kSize};
         const QList<QByteArray> templates = {randomBytes(rng, kSize), randomBytes(rng, kSize)};
