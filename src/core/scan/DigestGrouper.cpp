@@ -111,7 +111,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                 ++pending;
             } else {
                 work.status[i].store(DigestWork::NeedFull);
-                work.fullQueue.push_back({i});
+                work.queueSet({i});
             }
         }
         work.remaining[b].store(pending);

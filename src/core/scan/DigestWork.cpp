@@ -11,7 +11,10 @@
 #include <unordered_map>
 
 DigestWork::DigestWork(ScanResult& result, ScanState& state, bool shareDigests)
-    : m_result(result), m_state(state), m_shareDigests(shareDigests)
+    : m_result(result), m_state(state), m_shareDigests(shareDigests),
+      m_longer([this](const std::vector<quint32>& a, const std::vector<quint32>& b) {
+          return cand[a.front()]->fileSize < cand[b.front()]->fileSize;
+      })
 {}
 
 void DigestWork::finished(quint32 begin, quint32 end)
@@ -32,6 +35,22 @@ void DigestWork::wakeGrouping()
         return;
     std::lock_guard lock(mutex);
     ready.notify_all();
+}
+
+// The longest files are digested first: they take the longest in a lane, and the shorter
+// ones fill the lanes that free up meanwhile, so the lanes run out together.
+void DigestWork::queueSet(std::vector<quint32> set)
+{
+    fullQueue.push_back(std::move(set));
+    std::push_heap(fullQueue.begin(), fullQueue.end(), m_longer);
+}
+
+std::vector<quint32> DigestWork::takeSet()
+{
+    std::pop_heap(fullQueue.begin(), fullQueue.end(), m_longer);
+    std::vector<quint32> set = std::move(fullQueue.back());
+    fullQueue.pop_back();
+    return set;
 }
 
 size_t DigestWork::bucketOf(quint32 index) const
@@ -104,8 +123,7 @@ void DigestWork::digestQueued()
                     (size_t(slicesInHand) + fullQueue.size() + threads - 1) / size_t(threads);
                 if (mine > 0 && size_t(mine) >= share)
                     return false;
-                current = std::move(fullQueue.front());
-                fullQueue.pop_front();
+                current = takeSet();
                 if (!m_shareDigests || cand[current.front()]->isDirectory) {
                     alone.insert(alone.end(), current.begin(), current.end());
                     current.clear();
@@ -148,7 +166,7 @@ void DigestWork::digestQueued()
     // grouping stops before those records).
     if (!current.empty()) {
         std::lock_guard lock(mutex);
-        fullQueue.push_front(std::move(current));
+        queueSet(std::move(current));
     }
     // Read on their own, which gives the reason of what could not be read.
     for (size_t k = 0; k < alone.size() && !m_state.aborted(); ++k)
@@ -191,7 +209,7 @@ void DigestWork::decideBucket(size_t bucket)
     {
         std::lock_guard lock(mutex);
         for (std::vector<quint32>& set : sets)
-            fullQueue.push_back(std::move(set));
+            queueSet(std::move(set));
         --bucketsUndecided;
         // Idle hashing threads wait for queued work, or for the last decision to leave.
         wakeAll = !sets.empty() || bucketsUndecided == 0;

@@ -4,7 +4,7 @@
 #include <QString>
 #include <atomic>
 #include <condition_variable>
-#include <deque>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -56,7 +56,9 @@ public:
     std::mutex mutex; // guards the two below
     // Sets of candidates to digest fully, in the order they were decided; the members of a
     // set share their size and edges, so may be byte-identical.
-    std::deque<std::vector<quint32>> fullQueue;
+    std::vector<std::vector<quint32>> fullQueue; // a heap, longest files on top: see queueSet
+    void queueSet(std::vector<quint32> set);     // with the mutex held
+    std::vector<quint32> takeSet();              // the longest; with the mutex held
     size_t bucketsUndecided = 0;
     int slicesInHand = 0;          // set slices the threads are digesting
     int threads = 1;               // hashing threads sharing the queue
@@ -82,4 +84,5 @@ private:
     ScanResult& m_result;
     ScanState& m_state;
     bool m_shareDigests;
+    std::function<bool(const std::vector<quint32>&, const std::vector<quint32>&)> m_longer; // heap order
 };

@@ -22,7 +22,7 @@ public:
     // Members of one set read at once; larger sets are given in slices of this many.
     static constexpr size_t kMaxOpen = 8;
     // Files open at once over all the sets in hand.
-    static constexpr size_t kMaxFiles = 32;
+    static constexpr size_t kMaxFiles = 64;
     // Bytes read from one member per step (a multiple of the 64-byte block); the abort flag
     // is polled before each read.
     static constexpr size_t kChunk = 128 * 1024;
