@@ -10,12 +10,14 @@
 # (median shown), page cache warm, then cold when the caches can be dropped (COLD=0 skips):
 # the first scan with an empty cache, the re-scan with the cache, the three peers, and the
 # floors measured in the same run: a bare stat walk (find), the read floor (every byte that
-# must be read, by two readers: bench/floors.py, bench/read_all.py) and the MD5 floor (one copy of each
-# distinct content of those bytes / (single-core MD5 throughput x cores)). Each profile is
-# also checked against the plain walk (bench/check_equal.sh). Then the memory per scanned
-# file at 200,000 files and, with SCALE=1, the first scan, re-scan and peak memory at
-# 250,000, 500,000 and 1,000,000 files. Settings and cache are kept in a folder of the
-# benchmark's own; every generated tree is deleted at the end.
+# must be read, by two readers: bench/floors.py, bench/read_all.py) and the MD5 floor (one
+# copy of each distinct content of those bytes / (single-core MD5 throughput x cores)).
+# Before the profiles: the MD5 lanes' throughput per width and a fuzz run against OpenSSL
+# (FUZZ_SECONDS, default 10; a mismatch stops the benchmark). Each profile is also checked
+# against the plain walk (bench/check_equal.sh). Then the memory per scanned file at 200,000
+# files and, with SCALE=1, the first scan, re-scan and peak memory at 250,000, 500,000 and
+# 1,000,000 files. Settings and cache are kept in a folder of the benchmark's own; every
+# generated tree is deleted at the end.
 set -euo pipefail
 
 HERE=$(cd "$(dirname "$0")/.." && pwd)
@@ -25,8 +27,9 @@ trap 'rm -rf "$WORK"' EXIT
 
 "$HERE/scripts/install-deps.sh" --bench >/dev/null
 BUILD=$HERE/build-release
-cmake -S "$HERE" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUILLON_BUILD_TESTS=OFF >/dev/null
-cmake --build "$BUILD" -j2 --target quillon-scan >/dev/null
+cmake -S "$HERE" -B "$BUILD" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQUILLON_BUILD_TESTS=OFF \
+    -DQUILLON_BUILD_BENCH=ON >/dev/null
+cmake --build "$BUILD" -j2 --target quillon-scan md5-lanes-bench >/dev/null
 QS=$BUILD/src/quillon-scan
 
 # Never the user's own settings or cache.
@@ -41,6 +44,8 @@ MD5_BPS=$(openssl speed -evp md5 -bytes 16384 -seconds 3 2>/dev/null |
     awk '$1 == "md5" { v = $NF; sub(/k$/, "", v); printf "%.0f", v * 1000 }')
 echo "machine: $CORES cores, single-core MD5 $(awk -v b="$MD5_BPS" 'BEGIN { printf "%.0f", b / 1e6 }') MB/s (openssl speed -evp md5 -bytes 16384)"
 echo "load average at start: $(cut -d' ' -f1-3 /proc/loadavg)"
+# The MD5 lanes quillon-scan digests with, and their cross-check against OpenSSL.
+"$BUILD/bench/md5-lanes-bench" "${FUZZ_SECONDS:-10}" | sed 's/^/  md5 lanes: /'
 
 CAN_DROP=0
 if [ "${COLD:-1}" != 0 ] && sync && (echo 3 >/proc/sys/vm/drop_caches) 2>/dev/null; then
