@@ -123,9 +123,11 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         work.edgeKey.assign(m, 0);
 
     // The hashing threads read first blocks in grouping order, decide each size bucket as
-    // soon as its last first block is in, and take the full digests that this asks for
-    // before further first blocks. The groups are formed here, in grouping order, as the
-    // records become final; the cache batches go to the writer thread meanwhile.
+    // soon as its last first block is in, and digest the sets this queues. The groups are
+    // formed here, in grouping order, as the records become final.
+    // Computed digests go to the cache as they come, on the writer's thread.
+    CacheBatchWriter writer(m_writeHashToFile);
+    work.writer = &writer;
     std::vector<std::thread> hashers;
     const auto runHasher = [this, &work] {
         try {
@@ -171,10 +173,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     GroupsByDigest firstOfDigest(work.cand);
     std::vector<std::pair<quint32, DuplicateGroup*>> made; // first member's index, group
     const size_t groupsBefore = m_result.arrMainGroup.size();
-    std::vector<FileInfoNode*> batch;
-    batch.reserve(kBatchSize);
     std::vector<bool> grouped(m, false);
-    CacheBatchWriter writer(m_writeHashToFile);
     for (size_t i = 0; i < m; ++i) {
         if (m_state.aborted())
             break;
@@ -191,9 +190,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                 break; // stopped before its digest came
         }
         grouped[i] = true;
-        if (status == DigestWork::Unique) {
-            batch.push_back(node); // proven unique: no group, no md5
-        } else {
+        if (status != DigestWork::Unique) { // proven unique: no group, no md5
             if (status == DigestWork::Cached && !node->isMd5Calucaluted) {
                 // The record shares the cached digest's bytes.
                 const auto it = AppGlobals::dictDataBaseFilesMd5.constFind(node->filePath);
@@ -220,11 +217,6 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                     firstOfDigest.insert(quint32(i), hash);
                 }
             }
-            batch.push_back(node);
-        }
-        if (batch.size() >= size_t(kBatchSize)) {
-            writer.add(batch);
-            batch.clear();
         }
     }
     for (std::thread& t : hashers)
@@ -234,15 +226,12 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     for (size_t g = 0; g < made.size(); ++g)
         m_result.arrMainGroup[groupsBefore + g] = made[g].second;
 
-    // After a stop, digests already computed for records not yet grouped still go to the
-    // cache; the records stay out of the groups.
-    for (size_t i = 0; i < m; ++i) {
-        if (grouped[i] || work.status[i].load() != DigestWork::Digested || work.cand[i]->md5.isEmpty())
-            continue;
-        work.cand[i]->isMd5Calucaluted = true;
-        batch.push_back(work.cand[i]);
-    }
-    writer.add(batch);
+    // After a stop, digests already computed for records not yet grouped went to the cache
+    // too; the records stay out of the groups.
+    for (size_t i = 0; i < m; ++i)
+        if (!grouped[i] && work.status[i].load() == DigestWork::Digested && !work.cand[i]->md5.isEmpty())
+            work.cand[i]->isMd5Calucaluted = true;
+    work.flushComputed();
     writer.finish();
 
     m_result.countDup = m_state.countDup.load();

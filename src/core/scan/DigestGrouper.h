@@ -35,8 +35,6 @@ public:
 
     void filterNodesWithSizeAndMd5();
 
-    static constexpr int kBatchSize = 1000;
-
 private:
     ScanResult& m_result;
     ScanState& m_state;

@@ -1,6 +1,7 @@
 #include "scan/DigestWork.h"
 
 #include "model/ScanResult.h"
+#include "scan/CacheBatchWriter.h"
 #include "scan/IdenticalSetDigest.h"
 #include "scan/PackageDigest.h"
 #include "scan/RecordedFile.h"
@@ -53,6 +54,24 @@ std::vector<quint32> DigestWork::takeSet()
     return set;
 }
 
+void DigestWork::computed(FileInfoNode* node)
+{
+    std::lock_guard lock(m_batchMutex);
+    m_batch.push_back(node);
+    if (m_batch.size() >= kBatchSize && writer) {
+        writer->add(m_batch);
+        m_batch.clear();
+    }
+}
+
+void DigestWork::flushComputed()
+{
+    std::lock_guard lock(m_batchMutex);
+    if (writer)
+        writer->add(m_batch);
+    m_batch.clear();
+}
+
 size_t DigestWork::bucketOf(quint32 index) const
 {
     const auto it = std::upper_bound(buckets.begin(), buckets.end(), index,
@@ -75,6 +94,8 @@ void DigestWork::readEdges(size_t index)
         skip(node, edges.reason);
     }
     status[index].store(outcome);
+    if (outcome == Digested)
+        computed(&node);
 }
 
 void DigestWork::skip(const FileInfoNode& node, const QString& reason) const
@@ -101,6 +122,8 @@ void DigestWork::digestFully(size_t index)
         node.md5 = digest;
         status[index].store(digest.isEmpty() ? Unreadable : Digested);
     }
+    if (!node.md5.isEmpty())
+        computed(&node);
     wakeGrouping(); // a long read: the grouping thread need not wait for more
 }
 
@@ -159,6 +182,9 @@ void DigestWork::digestQueued()
                 status[set.tags[k]].store(Digested);
             }
         }
+        for (size_t k = 0; k < set.tags.size(); ++k)
+            if (!set.nodes[k]->md5.isEmpty() && status[set.tags[k]].load() == Digested)
+                computed(set.nodes[k]);
         wakeGrouping();
     };
     IdenticalSetDigest::run(next, settle, &m_state.abortMe);

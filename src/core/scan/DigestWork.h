@@ -10,6 +10,7 @@
 #include <utility>
 #include <vector>
 
+class CacheBatchWriter;
 class ScanState;
 struct FileInfoNode;
 struct ScanResult;
@@ -68,11 +69,18 @@ public:
     // waits, so a hashing thread wakes it only for that record, not for every one.
     std::atomic<qint64> awaited{-1};
 
+    // Where computed digests go, in batches (set before the threads start; may be null).
+    CacheBatchWriter* writer = nullptr;
+    static constexpr size_t kBatchSize = 1000;
+    // Hands what is left of the batch to the writer (after the threads have ended).
+    void flushComputed();
+
 private:
     // Called after the records [begin, end) became final: wakes the grouping thread when
     // they take the hashing threads far enough past the record it waits for.
     void finished(quint32 begin, quint32 end);
     void wakeGrouping();
+    void computed(FileInfoNode* node);
     size_t bucketOf(quint32 index) const;
     void readEdges(size_t index);
     void skip(const FileInfoNode& node, const QString& reason) const;
@@ -84,5 +92,7 @@ private:
     ScanResult& m_result;
     ScanState& m_state;
     bool m_shareDigests;
+    std::mutex m_batchMutex;
+    std::vector<FileInfoNode*> m_batch; // computed digests not yet handed to the writer
     std::function<bool(const std::vector<quint32>&, const std::vector<quint32>&)> m_longer; // heap order
 };
