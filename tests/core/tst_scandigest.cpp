@@ -144,6 +144,7 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("lanes"); // the MD5 lanes' width, where the CPU has it
         QTest::newRow("seed 1, widest lanes") << 1u << QByteArray();
         QTest::newRow("seed 7, 8 lanes") << 7u << QByteArray("avx2");
+        QTest::newRow("seed 5, 8 lanes with rotates") << 5u << QByteArray("avx512vl");
         QTest::newRow("seed 3, one lane") << 3u << QByteArray("scalar");
     }
 

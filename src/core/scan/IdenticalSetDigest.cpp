@@ -69,61 +69,6 @@ struct Lanes
     std::vector<int> free;
 };
 
-// The time of one call of a block function over all its lanes, in single-lane block times
-// (the measured throughput of one lane of the call against the plain block function).
-double callCost(Md5Lanes::Impl impl)
-{
-    switch (impl) {
-    case Md5Lanes::Impl::Avx512:
-        return 2.0;
-    case Md5Lanes::Impl::Avx2:
-        return 2.7;
-    case Md5Lanes::Impl::Scalar:
-        break;
-    }
-    return 1.0;
-}
-
-// Runs every lane's blocks. The lanes go in groups of the implementation's width, each moved
-// to the front of a scratch state and back; a group with too few busy lanes to pay for a
-// vector call runs lane by lane on the plain block function instead.
-void compressAll(Md5Lanes::Impl impl, Md5Lanes::State& state, const unsigned char* const data[kLanes],
-                 const size_t blocks[kLanes])
-{
-    const int width = Md5Lanes::width(impl);
-    for (int first = 0; first < kLanes; first += width) {
-        size_t longest = 0;
-        size_t total = 0;
-        for (int l = first; l < first + width; ++l) {
-            longest = std::max(longest, blocks[l]);
-            total += blocks[l];
-        }
-        if (total == 0)
-            continue;
-        const bool vector = double(longest) * callCost(impl) < double(total);
-        const Md5Lanes::Impl use = vector ? impl : Md5Lanes::Impl::Scalar;
-        const int span = vector ? width : 1;
-        for (int from = first; from < first + width; from += span) {
-            if (!vector && blocks[from] == 0)
-                continue;
-            Md5Lanes::State group{};
-            for (int l = 0; l < span; ++l) {
-                group.a[l] = state.a[from + l];
-                group.b[l] = state.b[from + l];
-                group.c[l] = state.c[from + l];
-                group.d[l] = state.d[from + l];
-            }
-            Md5Lanes::compress(use, group, data + from, blocks + from);
-            for (int l = 0; l < span; ++l) {
-                state.a[from + l] = group.a[l];
-                state.b[from + l] = group.b[l];
-                state.c[from + l] = group.c[l];
-                state.d[from + l] = group.d[l];
-            }
-        }
-    }
-}
-
 // Opens and checks the members; false when none of them can be read here.
 bool open(InHand& h, std::vector<unsigned char*>& pool)
 {
@@ -291,7 +236,7 @@ void IdenticalSetDigest::run(const Next& next, const Done& done, const std::atom
                 blocks[c.lane] = h.length / 64;
             }
         }
-        compressAll(lanes.impl, lanes.state, data, blocks);
+        Md5Lanes::compressBusy(lanes.impl, lanes.state, data, blocks);
 
         for (auto it = hand.begin(); it != hand.end();) {
             it->offset += it->length;

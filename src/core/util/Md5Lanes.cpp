@@ -2,6 +2,7 @@
 
 #include "util/Md5LanesRounds.h"
 
+#include <algorithm>
 #include <bit>
 #include <cstdlib>
 #include <cstring>
@@ -9,37 +10,103 @@
 namespace Md5Lanes {
 namespace {
 
-// Lane type of the scalar path: one stream, plain 32-bit words.
-struct ScalarOps
+// Lane type of the portable paths: N independent streams in plain 32-bit words. One MD5
+// stream is a chain of dependent operations, so the integer units idle most of each step;
+// a second stream's operations fill them at almost no extra time.
+template <int N> struct ScalarOps
 {
-    static uint32_t add(uint32_t x, uint32_t y) { return x + y; }
-    template <int I> static uint32_t constant() { return Rounds::kK[I]; }
-    template <int S> static uint32_t rotl(uint32_t x) { return std::rotl(x, S); }
-    template <int Round> static uint32_t f(uint32_t b, uint32_t c, uint32_t d)
+    struct V
     {
-        if constexpr (Round == 0)
-            return d ^ (b & (c ^ d)); // b ? c : d
-        else if constexpr (Round == 1)
-            return c ^ (d & (b ^ c)); // d ? b : c
-        else if constexpr (Round == 2)
-            return b ^ c ^ d;
-        else
-            return c ^ (b | ~d);
+        uint32_t x[N];
+    };
+    template <class F> static V each(F f)
+    {
+        V r;
+#pragma GCC unroll 4
+        for (int s = 0; s < N; ++s)
+            r.x[s] = f(s);
+        return r;
+    }
+    static V add(V x, V y)
+    {
+        return each([&](int s) { return x.x[s] + y.x[s]; });
+    }
+    template <int I> static V constant()
+    {
+        return each([](int) { return Rounds::kK[I]; });
+    }
+    template <int S> static V rotl(V x)
+    {
+        return each([&](int s) { return std::rotl(x.x[s], S); });
+    }
+    template <int Round> static V f(V b, V c, V d)
+    {
+        return each([&](int s) {
+            if constexpr (Round == 0)
+                return d.x[s] ^ (b.x[s] & (c.x[s] ^ d.x[s])); // b ? c : d
+            else if constexpr (Round == 1)
+                return c.x[s] ^ (d.x[s] & (b.x[s] ^ c.x[s])); // d ? b : c
+            else if constexpr (Round == 2)
+                return b.x[s] ^ c.x[s] ^ d.x[s];
+            else
+                return c.x[s] ^ (b.x[s] | ~d.x[s]);
+        });
     }
 };
 
-// The MD5 block function over consecutive blocks of one stream.
+uint32_t wordAt(const unsigned char* p) // little-endian, whatever the host's order
+{
+    return uint32_t(p[0]) | uint32_t(p[1]) << 8 | uint32_t(p[2]) << 16 | uint32_t(p[3]) << 24;
+}
+
+// The MD5 block function over `blocks` consecutive blocks of each of N streams at once:
+// v[r].x[s] is working variable r of stream s.
+template <int N>
+void compressStreams(typename ScalarOps<N>::V v[4], const unsigned char* const data[N], size_t blocks)
+{
+    using V = typename ScalarOps<N>::V;
+    for (size_t i = 0; i < blocks; ++i) {
+        V w[16];
+        for (int j = 0; j < 16; ++j)
+            w[j] = ScalarOps<N>::each([&](int s) { return wordAt(data[s] + 64 * i + 4 * j); });
+        V x[4] = {v[0], v[1], v[2], v[3]};
+        Rounds::allSteps(ScalarOps<N>(), x, w, std::make_integer_sequence<int, 64>());
+        for (int r = 0; r < 4; ++r)
+            v[r] = ScalarOps<N>::add(v[r], x[r]);
+    }
+}
+
+// One stream, its working variables as a plain array.
 void compressScalar(uint32_t v[4], const unsigned char* data, size_t blocks)
 {
-    for (; blocks > 0; --blocks, data += 64) {
-        uint32_t w[16];
-        for (int i = 0; i < 16; ++i) // little-endian words, whatever the host's order
-            w[i] = uint32_t(data[4 * i]) | uint32_t(data[4 * i + 1]) << 8 | uint32_t(data[4 * i + 2]) << 16 |
-                   uint32_t(data[4 * i + 3]) << 24;
-        uint32_t x[4] = {v[0], v[1], v[2], v[3]};
-        Rounds::allSteps(ScalarOps(), x, w, std::make_integer_sequence<int, 64>());
+    ScalarOps<1>::V x[4] = {{{v[0]}}, {{v[1]}}, {{v[2]}}, {{v[3]}}};
+    compressStreams<1>(x, &data, blocks);
+    for (int r = 0; r < 4; ++r)
+        v[r] = x[r].x[0];
+}
+
+// Lanes 0 and 1 side by side while both have blocks, then the longer one alone.
+void compressPair(State& state, const unsigned char* const data[kMaxLanes], const size_t blocks[kMaxLanes])
+{
+    const size_t both = std::min(blocks[0], blocks[1]);
+    uint32_t* const vars[4] = {state.a, state.b, state.c, state.d};
+    if (both > 0) {
+        ScalarOps<2>::V x[4];
         for (int r = 0; r < 4; ++r)
-            v[r] += x[r];
+            x[r] = {{vars[r][0], vars[r][1]}};
+        compressStreams<2>(x, data, both);
+        for (int r = 0; r < 4; ++r) {
+            vars[r][0] = x[r].x[0];
+            vars[r][1] = x[r].x[1];
+        }
+    }
+    for (int l = 0; l < 2; ++l) {
+        if (blocks[l] == both)
+            continue;
+        uint32_t v[4] = {state.a[l], state.b[l], state.c[l], state.d[l]};
+        compressScalar(v, data[l] + 64 * both, blocks[l] - both);
+        for (int r = 0; r < 4; ++r)
+            vars[r][l] = v[r];
     }
 }
 
@@ -50,16 +117,19 @@ bool cpuRuns(Impl impl)
     __builtin_cpu_init();
     switch (impl) {
     case Impl::Scalar:
+    case Impl::ScalarPair:
         return true;
     case Impl::Avx2:
         return __builtin_cpu_supports("avx2");
     case Impl::Avx512:
         return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                __builtin_cpu_supports("avx512vl");
+    case Impl::Avx512Vl:
+        return __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512vl");
     }
     return false;
 #else
-    return impl == Impl::Scalar;
+    return impl == Impl::Scalar || impl == Impl::ScalarPair;
 #endif
 }
 
@@ -78,8 +148,10 @@ Impl best()
             limit = Impl::Scalar;
         else if (std::strcmp(forced, "avx2") == 0)
             limit = Impl::Avx2;
+        else if (std::strcmp(forced, "avx512vl") == 0)
+            limit = Impl::Avx512Vl;
     }
-    for (Impl impl : {Impl::Avx512, Impl::Avx2})
+    for (Impl impl : {Impl::Avx512, Impl::Avx512Vl, Impl::Avx2})
         if (impl <= limit && supported(impl))
             return impl;
     return Impl::Scalar;
@@ -91,7 +163,10 @@ int width(Impl impl)
     case Impl::Avx512:
         return 16;
     case Impl::Avx2:
+    case Impl::Avx512Vl:
         return 8;
+    case Impl::ScalarPair:
+        return 2;
     case Impl::Scalar:
         break;
     }
@@ -121,8 +196,14 @@ void compress(Impl impl, State& state, const unsigned char* const data[kMaxLanes
     case Impl::Avx512:
         Detail::compressAvx512(state, data, blocks);
         return;
+    case Impl::Avx512Vl:
+        Detail::compressAvx512Vl(state, data, blocks);
+        return;
     case Impl::Avx2:
         Detail::compressAvx2(state, data, blocks);
+        return;
+    case Impl::ScalarPair:
+        compressPair(state, data, blocks);
         return;
     case Impl::Scalar:
         break;

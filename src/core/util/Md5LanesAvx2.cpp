@@ -2,6 +2,7 @@
 // (see src/CMakeLists.txt) and everything in it has internal linkage, so no AVX2 code can
 // stand in for a shared inline function elsewhere; it runs only after supported(Impl::Avx2).
 #include "util/Md5LanesRounds.h"
+#include "util/Md5LanesTranspose8.h"
 
 #include <immintrin.h>
 
@@ -11,6 +12,7 @@ using V = __m256i;
 
 struct Ops
 {
+    static void hold(V& x) { asm("" : "+x"(x)); }
     static V add(V x, V y) { return _mm256_add_epi32(x, y); }
     const uint32_t (*k)[8]; // the round constants, one row per step
     template <int I> V constant() const { return _mm256_load_si256(reinterpret_cast<const V*>(k[I])); }
@@ -30,32 +32,6 @@ struct Ops
             return _mm256_xor_si256(c, _mm256_or_si256(b, _mm256_xor_si256(d, _mm256_set1_epi32(-1))));
     }
 };
-
-// Rows r[l] (lane l's 16 words, as two halves) into columns w[j] (word j of every lane):
-// 32-bit then 64-bit unpacks transpose each 4x4 square inside a 128-bit half, then a
-// 128-bit permute pairs the halves of lanes 0-3 with those of lanes 4-7.
-[[gnu::always_inline]] inline void transpose8(const V r[8], V w[8])
-{
-    V t[8], u[8];
-#pragma GCC unroll 16
-    for (int p = 0; p < 4; ++p) {
-        t[2 * p] = _mm256_unpacklo_epi32(r[2 * p], r[2 * p + 1]);
-        t[2 * p + 1] = _mm256_unpackhi_epi32(r[2 * p], r[2 * p + 1]);
-    }
-// u[4q + k], half c: word 4c + k of lanes 4q .. 4q + 3.
-#pragma GCC unroll 16
-    for (int q = 0; q < 2; ++q) {
-        u[4 * q] = _mm256_unpacklo_epi64(t[4 * q], t[4 * q + 2]);
-        u[4 * q + 1] = _mm256_unpackhi_epi64(t[4 * q], t[4 * q + 2]);
-        u[4 * q + 2] = _mm256_unpacklo_epi64(t[4 * q + 1], t[4 * q + 3]);
-        u[4 * q + 3] = _mm256_unpackhi_epi64(t[4 * q + 1], t[4 * q + 3]);
-    }
-#pragma GCC unroll 16
-    for (int k = 0; k < 4; ++k) {
-        w[k] = _mm256_permute2x128_si256(u[k], u[4 + k], 0x20);     // low halves
-        w[4 + k] = _mm256_permute2x128_si256(u[k], u[4 + k], 0x31); // high halves
-    }
-}
 
 alignas(64) const unsigned char kIdleBlock[64] = {};
 

@@ -12,6 +12,7 @@ using V = __m512i;
 
 struct Ops
 {
+    static void hold(V& x) { asm("" : "+v"(x)); }
     static V add(V x, V y) { return _mm512_add_epi32(x, y); }
     const uint32_t (*k)[16]; // the round constants, one row per step
     template <int I> V constant() const { return _mm512_load_si512(k[I]); }

@@ -79,6 +79,10 @@ template <class Ops, int I, class V>
     V& a = v[role(I, 0)];
     const V b = v[role(I, 1)], c = v[role(I, 2)], d = v[role(I, 3)];
     V t = Ops::add(a, Ops::add(w[word(I)], ops.template constant<I>()));
+    // a + w + k does not wait for the previous step; Ops may pin it so the compiler cannot
+    // reorder the sum and put f (which waits for b) earlier in the chain.
+    if constexpr (requires { Ops::hold(t); })
+        Ops::hold(t);
     t = Ops::add(t, Ops::template f<I / 16>(b, c, d));
     a = Ops::add(b, Ops::template rotl<shift(I)>(t));
 }
@@ -96,5 +100,7 @@ namespace Md5Lanes::Detail {
 // The SIMD block functions, each in a source file of its own built for its instruction set;
 // called only after supported() says the CPU runs them.
 void compressAvx2(State& state, const unsigned char* const data[kMaxLanes], const size_t blocks[kMaxLanes]);
+void compressAvx512Vl(State& state, const unsigned char* const data[kMaxLanes],
+                      const size_t blocks[kMaxLanes]);
 void compressAvx512(State& state, const unsigned char* const data[kMaxLanes], const size_t blocks[kMaxLanes]);
 } // namespace Md5Lanes::Detail
