@@ -341,7 +341,7 @@ void ScanWorker::createAndAddToArrayFileNodeForiPhotoNode(DataFiller* loader)
         if (!node)
             continue;
         dictAllFilePath.insert(key);
-        node->obj_iPhoto = loader;
+        node->obj_iPhoto() = loader;
         addScannedNode(std::move(*node));
     }
 }
@@ -358,8 +358,8 @@ void ScanWorker::checkAndMAkePhotoDataFillerObjectAndAddPhotos(const QByteArray&
         if (!node)
             continue;
         node->isPhotosNode = true;
-        node->libraryPath = path;
-        node->photosInfo = std::make_unique<PhotosNode>(PhotosNode::initWithPhotosOriginalPath(
+        node->libraryPath() = path;
+        node->photosInfo() = std::make_unique<PhotosNode>(PhotosNode::initWithPhotosOriginalPath(
             row.imagePath, QByteArray(), row.originalFileName, row.fileSize, row.uuid, row.modelId,
             row.uuidRKVersion, path));
         addScannedNode(std::move(*node));
