@@ -2,6 +2,7 @@
 
 #include "model/FilePathNode.h"
 #include "scan/PathExclusion.h"
+#include "scan/RecordTable.h"
 #include "scan/ScanOptions.h"
 
 #include <QByteArray>
@@ -73,14 +74,15 @@ private:
     ScanResult& m_result;
     ScanState& m_state;
     PathExclusion m_exclusion;
-    QSet<QByteArray> dictAllFilePath; // comparable path of every record made
-    struct Seen
-    {
-        QByteArray path;          // the record's path
-        qsizetype sameIndex = -1; // its entry in the result's sameFileAgain, once reached again
-    };
-    QHash<QPair<quint64, quint64>, Seen> m_inodes; // (device, inode) of every record made
-    QList<QPair<quint64, quint64>> m_openFolders;  // the folders being walked, outermost first
+    // Whether a record of the path (compared as Platform::comparablePath) exists.
+    bool hasRecordOfPath(const QByteArray& key, size_t hash) const;
+    // Enters the newest record under its path (and its (device, inode) when it has one).
+    void enterLastRecord(size_t pathHash);
+
+    RecordTable dictAllFilePath;           // records made, by comparable path
+    RecordTable m_inodes;                  // records made from a file with an inode, by (device, inode)
+    QHash<quint32, qsizetype> m_sameIndex; // record -> its entry in the result's sameFileAgain
+    QList<QPair<quint64, quint64>> m_openFolders; // the folders being walked, outermost first
     bool isPhotosScanned = false;
     bool skipiPhotoFromScan = false;
 };
