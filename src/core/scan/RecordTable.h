@@ -43,7 +43,7 @@ public:
 
     void clear()
     {
-        m_slots = {};
+        std::vector<quint32>().swap(m_slots); // "= {}" would keep the capacity
         m_count = 0;
     }
 
