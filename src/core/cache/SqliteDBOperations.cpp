@@ -376,6 +376,11 @@ bool SqliteDBOperations::createTablesIfNotExists(const QByteArray& dbPath)
     return true;
 }
 
+bool SqliteDBOperations::hasFreshTempTable(const QByteArray& dbPath)
+{
+    return isFreshTempTable(dbPath);
+}
+
 double SqliteDBOperations::storedSeconds(double seconds)
 {
     return CacheValues::storedSeconds(seconds);

@@ -72,6 +72,10 @@ void ScanWorker::parseAllPath()
         readFromHashFile();
     }
 
+    // Rows written from here on come from files this scan found: the prune skips them.
+    const qint64 lastOldRow = m_config.options.useCache && !m_state.aborted()
+                                  ? CacheUpkeep::lastRowId(SqliteDBOperations::getDbPathInLibrary())
+                                  : 0;
     DigestGrouper grouper(m_result, m_state, m_config.options,
                           [this](const std::vector<FileInfoNode*>& batch) {
                               if (m_config.options.useCache)
@@ -80,7 +84,7 @@ void ScanWorker::parseAllPath()
     grouper.filterNodesWithSizeAndMd5();
     m_result.aborted = m_state.aborted();
     if (m_config.options.useCache && !m_result.aborted)
-        removeRowsOfMissingFiles();
+        removeRowsOfMissingFiles(lastOldRow);
 }
 
 void ScanWorker::parsePathForFilesAndFolders(const QByteArray& path)
@@ -413,7 +417,7 @@ void ScanWorker::readFromHashFile()
     SqliteDBOperations::fetchHashInfoFromDbPath(db, m_result.arrFileNodes);
 }
 
-void ScanWorker::removeRowsOfMissingFiles()
+void ScanWorker::removeRowsOfMissingFiles(qint64 lastOldRow)
 {
     QList<QByteArray> folders;
     for (const FilePathNode& entry : m_config.arrPathNodes)
@@ -421,7 +425,8 @@ void ScanWorker::removeRowsOfMissingFiles()
             folders << entry.filePath;
     const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
     if (!folders.isEmpty() && PathUtils::exists(db))
-        CacheUpkeep::removeRowsOfMissingFiles(db, folders, &m_state.abortMe);
+        CacheUpkeep::removeRowsOfMissingFiles(db, folders, &m_state.abortMe, lastOldRow,
+                                              SqliteDBOperations::hasFreshTempTable(db));
 }
 
 void ScanWorker::writeHashToFile(const std::vector<FileInfoNode*>& batch)

@@ -11,6 +11,7 @@
 #include <QPair>
 #include <QSet>
 #include <QStringList>
+#include <limits>
 #include <vector>
 
 class AlertPresenter;
@@ -58,7 +59,8 @@ public:
     void writeHashToFile(const std::vector<FileInfoNode*>& batch);
     // After a scan that was not stopped: drops the cache rows of vanished files below the
     // scanned folders.
-    void removeRowsOfMissingFiles();
+    // Rows above lastOldRow (fileID) were written by this scan and are kept.
+    void removeRowsOfMissingFiles(qint64 lastOldRow = std::numeric_limits<qint64>::max());
 
     // Folder descriptors a walk keeps open at most (the upper levels).
     static constexpr int kOpenLevels = 24;
