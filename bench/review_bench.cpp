@@ -50,7 +50,7 @@ void fillResult(ScanResult& scan, int groups, int perGroup)
             n.createDate = 1.4e9 + rng.bounded(300'000'000);
             n.isPhotosNode = rng.bounded(40) == 0;
             if (n.isPhotosNode)
-                n.photosInfo = std::make_unique<PhotosNode>();
+                n.photosInfo() = std::make_unique<PhotosNode>();
             n.fileCategory = FileInfoNode::categoryForPath(n.filePath, true);
             FileInfoNode* node = scan.addNode(std::move(n));
             node->parent = group;

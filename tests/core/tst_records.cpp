@@ -88,6 +88,32 @@ private Q_SLOTS:
         QVERIFY(deep.size() + 256 > 1023 && fill(deep + "/" + QByteArray(255, 'z'), 999));
         QCOMPARE(sizeForFolderStat((root() + "/deep").constData()), 10);
     }
+
+    // A digest reads back exactly as assigned, whether held as raw bytes or as text, and
+    // copies, moves, equality and hashing agree with the text.
+    void digestRoundTrip_data()
+    {
+        QTest::addColumn<QByteArray>("text");
+        const QByteArray md5 = "0123456789abcdef00ff10a0b0c0d0e9";
+        QTest::newRow("md5") << md5;
+        QTest::newRow("upper case") << md5.toUpper();
+        QTest::newRow("package") << md5 + "d41d8cd98f00b204e9800998ecf8427e";
+        QTest::newRow("not hex") << QByteArray("0123456789abcdef00ff10a0b0c0d0eg");
+        QTest::newRow("empty") << QByteArray();
+    }
+    void digestRoundTrip()
+    {
+        QFETCH(QByteArray, text);
+        FileInfoNode node;
+        node.md5 = text;
+        QCOMPARE(QByteArray(node.md5), text);
+        QCOMPARE(node.md5.isEmpty(), text.isEmpty());
+        const HexDigest copy = node.md5;
+        const HexDigest moved = FileInfoNode(std::move(node)).md5;
+        QVERIFY(copy == text && moved == copy && qHash(moved, 7) == qHash(HexDigest(text), 7));
+        QCOMPARE(copy.toByteArray(), text);
+        QVERIFY(text.isEmpty() || copy != HexDigest(QByteArray(text).replace(3, 1, "7")));
+    }
 };
 
 QUILLON_TEST_MAIN(TestRecords)

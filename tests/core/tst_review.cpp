@@ -37,7 +37,7 @@ struct Review
             n.isiPhotoNode = f.lib == 'i';
             n.isPhotosNode = f.lib == 'p';
             if (n.isPhotosNode)
-                n.photosInfo = std::make_unique<PhotosNode>();
+                n.photosInfo() = std::make_unique<PhotosNode>();
             n.fileCategory = FileInfoNode::categoryForPath(n.filePath, !n.isiPhotoNode);
             FileInfoNode* node = scan.addNode(std::move(n));
             node->parent = g;
@@ -224,7 +224,7 @@ private Q_SLOTS:
         r.model.updateNodeState(f, true);
         f->isMoveToTrash = true;
         if (f->isPhotosNode)
-            f->photosInfo->isMovedToTrashAlbum = inAlbum;
+            f->photosInfo()->isMovedToTrashAlbum = inAlbum;
         if (!f->isPhotosNode || inAlbum)
             r.model.decrementMarked(f->fileSize);
         r.model.removeMovedRecords();

@@ -206,8 +206,8 @@ private Q_SLOTS:
         if (answer == 1)
             return;
         const FileInfoNode* a = nodeFor(*result, first.photo(0).imagePath);
-        QVERIFY(a && a->photosInfo);
-        QCOMPARE(a->photosInfo->uuIDRkVersion, first.photo(0).versionUuid);
+        QVERIFY(a && a->photosInfo());
+        QCOMPARE(a->photosInfo()->uuIDRkVersion, first.photo(0).versionUuid);
         QCOMPARE(duplicateGroups(*result), (Groups{{first.photo(0).imagePath, first.photo(1).imagePath}}));
     }
 };

@@ -32,12 +32,12 @@ inline FileInfoNode* addPhotosItem(ScanResult& scan, DuplicateGroup* g, const QS
 {
     FileInfoNode item;
     item.filePath = "/lib.photoslibrary/Masters/" + uuid.toUtf8();
-    item.libraryPath = "/lib.photoslibrary";
+    item.libraryPath() = "/lib.photoslibrary";
     item.isPhotosNode = true;
     item.state = state;
-    item.photosInfo = std::make_unique<PhotosNode>();
-    item.photosInfo->uuIDRkVersion = uuid;
-    item.photosInfo->fileSize = 10;
+    item.photosInfo() = std::make_unique<PhotosNode>();
+    item.photosInfo()->uuIDRkVersion = uuid;
+    item.photosInfo()->fileSize = 10;
     FileInfoNode* n = scan.addNode(std::move(item));
     n->parent = g;
     g->children.push_back(n);

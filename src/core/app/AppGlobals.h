@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/HexDigest.h"
+
 #include <QByteArray>
 #include <QHash>
 #include <QString>
@@ -11,7 +13,7 @@ struct CachedDigest
 {
     double modDate = 0;      // "modDate"
     double creationDate = 0; // "creationDate"
-    QByteArray fileMd5;      // "fileMd5"
+    HexDigest fileMd5;       // "fileMd5"
     qint64 fileSize = 0;     // "fileSize"
 };
 

@@ -90,15 +90,38 @@ void CacheUpkeep::replaceCorrupt(const QByteArray& dbPath)
                        .arg(PathUtils::toDisplay(folder), error));
 }
 
+qint64 CacheUpkeep::lastRowId(const QByteArray& dbPath)
+{
+    if (!PathUtils::exists(dbPath))
+        return 0;
+    try {
+        SqliteConnection db(dbPath);
+        SqliteStatement select(db, "SELECT max(fileID) FROM hashTable");
+        if (select && select.step() == SQLITE_ROW)
+            return sqlite3_column_int64(select.get(), 0);
+    } catch (const std::exception& e) {
+        quillonLog(QStringLiteral("Exception %1").arg(QString::fromLocal8Bit(e.what())));
+    }
+    return std::numeric_limits<qint64>::max();
+}
+
 void CacheUpkeep::removeRowsOfMissingFiles(const QByteArray& dbPath, const QList<QByteArray>& folders,
-                                           const std::atomic<bool>* abortFlag)
+                                           const std::atomic<bool>* abortFlag, qint64 lastOldRow,
+                                           bool scannedInTempTable)
 {
     try {
         SqliteConnection db(dbPath);
         if (!db || db.isReadOnly())
             return;
         // Rows below a folder: the path begins with the folder and a slash (byte for byte).
-        SqliteStatement select(db, "SELECT filePath FROM hashTable WHERE substr(filePath, 1, ?1) = ?2");
+        // Files this scan found are known to exist: no stat for them.
+        SqliteStatement select(db, scannedInTempTable
+                                       ? "SELECT filePath FROM hashTable WHERE fileID <= ?3 AND "
+                                         "substr(filePath, 1, ?1) = ?2 AND filePath NOT IN "
+                                         "(SELECT filePath FROM tempTable)"
+                                       : "SELECT filePath FROM hashTable WHERE fileID <= ?3 AND "
+                                         "substr(filePath, 1, ?1) = ?2");
+        sqlite3_bind_int64(select.get(), 3, lastOldRow);
         std::vector<QByteArray> gone;
         for (const QByteArray& folder : folders) {
             const QByteArray prefix = folder.endsWith('/') ? folder : folder + '/';

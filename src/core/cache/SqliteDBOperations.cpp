@@ -238,9 +238,10 @@ void SqliteDBOperations::fetchHashInfoFromDbPath(const QByteArray& dbPath,
         while ((rc = select.step()) == SQLITE_ROW) {
             sqlite3_stmt* row = select.get();
             CachedDigest entry;
-            entry.fileMd5 = CacheValues::columnBytes(row, 3);
-            if (!CacheValues::isDigestText(entry.fileMd5))
+            const QByteArray digest = CacheValues::columnBytes(row, 3);
+            if (!CacheValues::isDigestText(digest))
                 continue;
+            entry.fileMd5 = digest;
             // The key shares the scanned record's own path bytes when the row number leads
             // to a record with exactly that path; otherwise it is a copy of the row's text.
             QByteArray key;
@@ -303,7 +304,8 @@ void SqliteDBOperations::insertDataInTable(const QString& table, const QByteArra
                 if (std::isfinite(node->createDate) && std::isfinite(node->modDate)) {
                     sqlite3_stmt* s = insert.get();
                     // Parameter 1 (fileID) stays unbound: NULL, so SQLite assigns the next key.
-                    sqlite3_bind_text(s, 2, node->md5.constData(), int(node->md5.size()), SQLITE_STATIC);
+                    const QByteArray digest = node->md5;
+                    sqlite3_bind_text(s, 2, digest.constData(), int(digest.size()), SQLITE_TRANSIENT);
                     sqlite3_bind_double(s, 3, storedSeconds(node->createDate));
                     sqlite3_bind_double(s, 4, storedSeconds(node->modDate));
                     insert.bindPath(5, node->filePath);
@@ -372,6 +374,11 @@ bool SqliteDBOperations::createTablesIfNotExists(const QByteArray& dbPath)
     db.exec("COMMIT TRANSACTION");
     quillonLog(QStringLiteral("database Insertation end"));
     return true;
+}
+
+bool SqliteDBOperations::hasFreshTempTable(const QByteArray& dbPath)
+{
+    return isFreshTempTable(dbPath);
 }
 
 double SqliteDBOperations::storedSeconds(double seconds)

@@ -54,4 +54,6 @@ public:
 
     // The stored form of a date: the value "%f" prints, read back as a double.
     static double storedSeconds(double seconds);
+    // Whether tempTable of the file holds exactly the records of the running scan.
+    static bool hasFreshTempTable(const QByteArray& dbPath);
 };

@@ -15,10 +15,26 @@
 #include <sys/stat.h>
 #include <unordered_map>
 
+LibraryItemFields::LibraryItemFields() = default;
+LibraryItemFields::~LibraryItemFields() = default;
+
 FileInfoNode::FileInfoNode() = default;
 FileInfoNode::~FileInfoNode() = default;
 FileInfoNode::FileInfoNode(FileInfoNode&&) noexcept = default;
 FileInfoNode& FileInfoNode::operator=(FileInfoNode&&) noexcept = default;
+
+LibraryItemFields& FileInfoNode::library()
+{
+    if (!m_library)
+        m_library = std::make_unique<LibraryItemFields>();
+    return *m_library;
+}
+
+const LibraryItemFields& FileInfoNode::libraryOrEmpty() const
+{
+    static const LibraryItemFields none;
+    return m_library ? *m_library : none;
+}
 
 QByteArray FileInfoNode::fileName() const
 {
@@ -166,14 +182,14 @@ std::optional<FileInfoNode> FileInfoNode::initWithiPhotoOriginalPath(const QByte
     std::optional<FileInfoNode> node(std::in_place);
     node->commonInit();
     node->isiPhotoNode = true;
-    node->iPhotoInfo = std::make_unique<iPhotoNode>(
+    node->iPhotoInfo() = std::make_unique<iPhotoNode>(
         iPhotoNode::initWithiOPath(originalPath, thumbPath, imagePath, index, event));
     node->filePath = originalPath;
     node->fileSize = size;
     if (attributes) {
         node->modDate = attributes->modDate;
         node->createDate = attributes->createDate;
-        node->fileType = attributes->typeName();
+        node->fileType() = attributes->typeName();
     }
     // Library photos never count as archives.
     node->fileCategory = categoryForPath(originalPath, false);

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "model/HexDigest.h"
+
 #include <QByteArray>
 #include <QString>
 #include <QVariant>
@@ -23,35 +25,59 @@ enum FileCategory : qint32 {
     CategoryOthers = 5,
 };
 
+// The fields only photo-library items use, kept in one side allocation that plain files
+// never make.
+struct LibraryItemFields
+{
+    QString fileType; // the file-type attribute text; iPhoto items only
+    std::unique_ptr<iPhotoNode> iPhotoInfo;
+    DataFiller* obj_iPhoto = nullptr; // the loader that produced the item (owned by the scan result)
+    std::unique_ptr<PhotosNode> photosInfo;
+    QByteArray libraryPath;                   // Photos items: the library package
+    std::vector<QByteArray> arrForSubPathMd5; // created empty; nothing fills it
+
+    LibraryItemFields();
+    ~LibraryItemFields();
+};
+
 // One scanned item: a file, a folder package, or a photo of a library. Owned by the scan
-// result; groups and the review hold plain pointers to it.
+// result; groups and the review hold plain pointers to it. A scan keeps one per file, so
+// the layout is compact: library-only fields live in LibraryItemFields, reached through
+// accessors of the same names (the non-const ones make the side allocation on first use).
 struct FileInfoNode
 {
-    QString fileType;      // the file-type attribute text; iPhoto items only
     QByteArray filePath;   // exact path bytes
     double modDate = 0;    // seconds since 1970 (sub-second part kept); 0 = none
     double createDate = 0; // likewise
     quint64 fileSize = 0;  // bytes; for a package the recursive size
-    QByteArray md5;        // 32 lower-case hex digits; a package's is the concatenation
-    bool isMd5Calucaluted = false;
-    int state = 0; // review mark state
     DuplicateGroup* parent = nullptr;
-    bool isiPhotoNode = false;
-    bool isPhotosNode = false;
-    std::unique_ptr<iPhotoNode> iPhotoInfo;
-    DataFiller* obj_iPhoto = nullptr; // the loader that produced the item (owned by the scan result)
-    std::unique_ptr<PhotosNode> photosInfo;
-    bool isMoveToTrash = false;
-    QByteArray libraryPath; // Photos items: the library package
-    qint32 fileCategory = CategoryOthers;
-    bool isDirectory = false;
-    std::vector<QByteArray> arrForSubPathMd5; // created empty; nothing fills it
     // Identity and exact times as the scan saw them: the removal proof and change detection
     // compare these with the file system. Zero for items that were never examined.
     quint64 device = 0;
     quint64 inode = 0;
     qint64 modTimeNs = 0;
     qint64 changeTimeNs = 0;
+    int state = 0; // review mark state
+    qint32 fileCategory = CategoryOthers;
+    HexDigest md5; // 32 lower-case hex digits; a package's is the concatenation
+    bool isMd5Calucaluted = false;
+    bool isiPhotoNode = false;
+    bool isPhotosNode = false;
+    bool isMoveToTrash = false;
+    bool isDirectory = false;
+
+    QString& fileType() { return library().fileType; }
+    const QString& fileType() const { return libraryOrEmpty().fileType; }
+    std::unique_ptr<iPhotoNode>& iPhotoInfo() { return library().iPhotoInfo; }
+    const std::unique_ptr<iPhotoNode>& iPhotoInfo() const { return libraryOrEmpty().iPhotoInfo; }
+    DataFiller*& obj_iPhoto() { return library().obj_iPhoto; }
+    DataFiller* obj_iPhoto() const { return libraryOrEmpty().obj_iPhoto; }
+    std::unique_ptr<PhotosNode>& photosInfo() { return library().photosInfo; }
+    const std::unique_ptr<PhotosNode>& photosInfo() const { return libraryOrEmpty().photosInfo; }
+    QByteArray& libraryPath() { return library().libraryPath; }
+    const QByteArray& libraryPath() const { return libraryOrEmpty().libraryPath; }
+    std::vector<QByteArray>& arrForSubPathMd5() { return library().arrForSubPathMd5; }
+    const std::vector<QByteArray>& arrForSubPathMd5() const { return libraryOrEmpty().arrForSubPathMd5; }
 
     FileInfoNode();
     ~FileInfoNode();
@@ -79,6 +105,12 @@ struct FileInfoNode
 
     // The category code of a path by its lower-cased extension; archives only when asked.
     static qint32 categoryForPath(const QByteArray& path, bool includeArchives);
+
+private:
+    LibraryItemFields& library();
+    const LibraryItemFields& libraryOrEmpty() const;
+
+    std::unique_ptr<LibraryItemFields> m_library;
 };
 
 // Recursive size of a folder: every entry by lstat, a link counting as itself. Errors go to

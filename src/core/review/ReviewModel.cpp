@@ -275,7 +275,7 @@ void ReviewModel::removeMovedRecords()
         std::vector<FileInfoNode*>& shown = group->filteredChildren;
         for (size_t i = 0; i < shown.size();) {
             FileInfoNode* node = shown[i];
-            if (node->isPhotosNode && !(node->photosInfo && node->photosInfo->isMovedToTrashAlbum)) {
+            if (node->isPhotosNode && !(node->photosInfo() && node->photosInfo()->isMovedToTrashAlbum)) {
                 node->isMoveToTrash = false;
             } else if (node->state == 1 && node->isMoveToTrash) {
                 shown.erase(shown.begin() + qsizetype(i));

@@ -107,13 +107,13 @@ void TrashRun::run(std::vector<DuplicateGroup*> groups)
 
 bool TrashRun::trashFile(FileInfoNode& node, QString* reason)
 {
-    if (node.isiPhotoNode && node.obj_iPhoto && node.iPhotoInfo) {
-        dictiPhotoCleanedKeys[node.obj_iPhoto->libPath] = node.obj_iPhoto;
-        node.obj_iPhoto->moveNodeToiPhotoTrash(node.iPhotoInfo->index);
+    if (node.isiPhotoNode && node.obj_iPhoto() && node.iPhotoInfo()) {
+        dictiPhotoCleanedKeys[node.obj_iPhoto()->libPath] = node.obj_iPhoto();
+        node.obj_iPhoto()->moveNodeToiPhotoTrash(node.iPhotoInfo()->index);
         return true;
     }
     if (node.isPhotosNode) {
-        dictPhotosCleanerKeys[node.libraryPath].push_back(&node);
+        dictPhotosCleanerKeys[node.libraryPath()].push_back(&node);
         return true;
     }
 
@@ -141,7 +141,7 @@ void TrashRun::collectIntoAlbum()
         }
         QStringList uuids;
         for (const FileInfoNode* node : records)
-            uuids.append(node->photosInfo ? node->photosInfo->uuIDRkVersion : QString());
+            uuids.append(node->photosInfo() ? node->photosInfo()->uuIDRkVersion : QString());
         const QSet<QString> known = m_album.knownMediaItems(uuids);
 
         QStringList batch;
@@ -154,7 +154,7 @@ void TrashRun::collectIntoAlbum()
                 m_album.addToAlbum(batch);
                 batch.clear();
             }
-            countRemoved(quint64(std::max<qint64>(records[i]->photosInfo->fileSize, 0)));
+            countRemoved(quint64(std::max<qint64>(records[i]->photosInfo()->fileSize, 0)));
         }
         if (!batch.isEmpty())
             m_album.addToAlbum(batch);
@@ -176,7 +176,7 @@ void TrashRun::applyToRecords()
             node->isMoveToTrash = true;
     }
     for (FileInfoNode* node : m_inAlbum)
-        node->photosInfo->isMovedToTrashAlbum = true;
+        node->photosInfo()->isMovedToTrashAlbum = true;
 }
 
 void TrashRun::removeMovedRecords(const std::vector<DuplicateGroup*>& arrMainGroup)
@@ -185,7 +185,7 @@ void TrashRun::removeMovedRecords(const std::vector<DuplicateGroup*>& arrMainGro
         auto& shown = group->filteredChildren;
         for (size_t i = 0; i < shown.size();) {
             FileInfoNode* node = shown[i];
-            if (node->isPhotosNode && !(node->photosInfo && node->photosInfo->isMovedToTrashAlbum)) {
+            if (node->isPhotosNode && !(node->photosInfo() && node->photosInfo()->isMovedToTrashAlbum)) {
                 node->isMoveToTrash = false;
                 ++i;
             } else if (node->state == 1 && node->isMoveToTrash) {

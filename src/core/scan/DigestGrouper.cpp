@@ -36,8 +36,8 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     std::vector<quint32> counts;
     quint64 totalSize = 0;
     {
+        // Not reserved for n: there are usually far fewer sizes than files.
         std::unordered_map<quint64, quint32> bucketBySize;
-        bucketBySize.reserve(n);
         for (size_t i = 0; i < n; ++i) {
             if (m_state.aborted())
                 break;
@@ -78,8 +78,9 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
                 m_state.setCurrentFile(nodes[i]->filePath); // a size of its own: never read
         }
     }
-    bucketOf = {};
-    counts = {};
+    // Released now, not at the end ("= {}" would keep their capacity).
+    std::vector<quint32>().swap(bucketOf);
+    std::vector<quint32>().swap(counts);
 
     const size_t m = work.cand.size();
     work.status = std::make_unique<std::atomic<quint8>[]>(m);

@@ -15,10 +15,10 @@ class GroupsByDigest
 public:
     explicit GroupsByDigest(const std::vector<FileInfoNode*>& nodes) : m_nodes(nodes) {}
 
-    static size_t hashOf(quint64 size, const QByteArray& md5) { return qHashMulti(0, size, md5); }
+    static size_t hashOf(quint64 size, const HexDigest& md5) { return qHashMulti(0, size, md5); }
 
     // The index of the first record with the key, or -1.
-    qint64 find(quint64 size, const QByteArray& md5, size_t hash) const
+    qint64 find(quint64 size, const HexDigest& md5, size_t hash) const
     {
         if (m_slots.empty())
             return -1;

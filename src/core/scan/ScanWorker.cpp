@@ -29,6 +29,11 @@ namespace {
 const QString kPhotosBundle = QStringLiteral("com.apple.Photos");
 const QString kiPhotoBundle = QStringLiteral("com.apple.iPhoto");
 
+size_t inodeHash(quint64 device, quint64 inode)
+{
+    return qHashMulti(0, device, inode);
+}
+
 bool isSkippedName(const QByteArray& name)
 {
     // ".DS_Store", ".localized" and every other hidden name begin with a dot.
@@ -57,9 +62,8 @@ void ScanWorker::parseAllPath()
         parsePathForFilesAndFolders(entry.filePath);
     }
     dictAllFilePath.clear();
-    dictAllFilePath.squeeze();
     m_inodes.clear();
-    m_inodes.squeeze();
+    m_sameIndex = {};
 
     AppGlobals::dictDataBaseFilesMd5.clear();
     // After a stop the cache steps are skipped: nothing of them is needed for what was found.
@@ -68,6 +72,10 @@ void ScanWorker::parseAllPath()
         readFromHashFile();
     }
 
+    // Rows written from here on come from files this scan found: the prune skips them.
+    const qint64 lastOldRow = m_config.options.useCache && !m_state.aborted()
+                                  ? CacheUpkeep::lastRowId(SqliteDBOperations::getDbPathInLibrary())
+                                  : 0;
     DigestGrouper grouper(m_result, m_state, m_config.options,
                           [this](const std::vector<FileInfoNode*>& batch) {
                               if (m_config.options.useCache)
@@ -76,7 +84,7 @@ void ScanWorker::parseAllPath()
     grouper.filterNodesWithSizeAndMd5();
     m_result.aborted = m_state.aborted();
     if (m_config.options.useCache && !m_result.aborted)
-        removeRowsOfMissingFiles();
+        removeRowsOfMissingFiles(lastOldRow);
 }
 
 void ScanWorker::parsePathForFilesAndFolders(const QByteArray& path)
@@ -234,29 +242,50 @@ void ScanWorker::parseDirectory(int dirfd, const char* name, const QByteArray& p
 void ScanWorker::createAndAddToArrayFileNodeForPath(const QByteArray& path, const FileAttributes& attributes)
 {
     // A file is its (device, inode): a later path to it makes no record.
-    const QPair<quint64, quint64> id(attributes.device, attributes.inode);
     if (attributes.inode != 0) {
-        const auto seen = m_inodes.find(id);
-        if (seen != m_inodes.end()) {
-            if (seen->sameIndex < 0) {
-                seen->sameIndex = qsizetype(m_result.sameFileAgain.size());
-                m_result.sameFileAgain.push_back({seen->path, {}});
+        const std::vector<FileInfoNode*>& records = m_result.arrFileNodes;
+        const qint64 seen = m_inodes.find(inodeHash(attributes.device, attributes.inode), [&](quint32 i) {
+            return records[i]->inode == attributes.inode && records[i]->device == attributes.device;
+        });
+        if (seen >= 0) {
+            auto it = m_sameIndex.find(quint32(seen));
+            if (it == m_sameIndex.end()) {
+                it = m_sameIndex.insert(quint32(seen), qsizetype(m_result.sameFileAgain.size()));
+                m_result.sameFileAgain.push_back({records[size_t(seen)]->filePath, {}});
             }
-            m_result.sameFileAgain[size_t(seen->sameIndex)].others.push_back(path);
+            m_result.sameFileAgain[size_t(*it)].others.push_back(path);
             return;
         }
     }
     const QByteArray key = Platform::comparablePath(path);
-    if (dictAllFilePath.contains(key))
+    const size_t hash = qHash(key);
+    if (hasRecordOfPath(key, hash))
         return;
     std::optional<FileInfoNode> node = FileInfoNode::initWithPathForFile(path, attributes);
     if (!node)
         return;
     m_state.setCurrentFile(path);
-    dictAllFilePath.insert(key);
-    if (attributes.inode != 0)
-        m_inodes.insert(id, Seen{path, -1});
     addScannedNode(std::move(*node));
+    enterLastRecord(hash);
+}
+
+bool ScanWorker::hasRecordOfPath(const QByteArray& key, size_t hash) const
+{
+    const std::vector<FileInfoNode*>& records = m_result.arrFileNodes;
+    return dictAllFilePath.find(
+               hash, [&](quint32 i) { return Platform::comparablePath(records[i]->filePath) == key; }) >= 0;
+}
+
+void ScanWorker::enterLastRecord(size_t pathHash)
+{
+    const std::vector<FileInfoNode*>& records = m_result.arrFileNodes;
+    const quint32 index = quint32(records.size() - 1);
+    dictAllFilePath.insert(index, pathHash,
+                           [&](quint32 i) { return qHash(Platform::comparablePath(records[i]->filePath)); });
+    const FileInfoNode& node = *records[index];
+    if (node.inode != 0)
+        m_inodes.insert(index, inodeHash(node.device, node.inode),
+                        [&](quint32 i) { return inodeHash(records[i]->device, records[i]->inode); });
 }
 
 void ScanWorker::addScannedNode(FileInfoNode&& node)
@@ -330,7 +359,8 @@ void ScanWorker::createAndAddToArrayFileNodeForiPhotoNode(DataFiller* loader)
             return;
         const QByteArray& original = loader->arrOriginalPaths.at(i);
         const QByteArray key = Platform::comparablePath(original);
-        if (dictAllFilePath.contains(key))
+        const size_t hash = qHash(key);
+        if (hasRecordOfPath(key, hash))
             continue;
         const QByteArray thumb =
             i < loader->arrThumbnailPaths.size() ? loader->arrThumbnailPaths.at(i) : QByteArray();
@@ -340,9 +370,12 @@ void ScanWorker::createAndAddToArrayFileNodeForiPhotoNode(DataFiller* loader)
             FileInfoNode::initWithiPhotoOriginalPath(original, thumb, image, qint32(i), QString());
         if (!node)
             continue;
-        dictAllFilePath.insert(key);
-        node->obj_iPhoto = loader;
+        node->obj_iPhoto() = loader;
         addScannedNode(std::move(*node));
+        const std::vector<FileInfoNode*>& records = m_result.arrFileNodes;
+        dictAllFilePath.insert(quint32(records.size() - 1), hash, [&](quint32 r) {
+            return qHash(Platform::comparablePath(records[r]->filePath));
+        });
     }
 }
 
@@ -358,8 +391,8 @@ void ScanWorker::checkAndMAkePhotoDataFillerObjectAndAddPhotos(const QByteArray&
         if (!node)
             continue;
         node->isPhotosNode = true;
-        node->libraryPath = path;
-        node->photosInfo = std::make_unique<PhotosNode>(PhotosNode::initWithPhotosOriginalPath(
+        node->libraryPath() = path;
+        node->photosInfo() = std::make_unique<PhotosNode>(PhotosNode::initWithPhotosOriginalPath(
             row.imagePath, QByteArray(), row.originalFileName, row.fileSize, row.uuid, row.modelId,
             row.uuidRKVersion, path));
         addScannedNode(std::move(*node));
@@ -384,7 +417,7 @@ void ScanWorker::readFromHashFile()
     SqliteDBOperations::fetchHashInfoFromDbPath(db, m_result.arrFileNodes);
 }
 
-void ScanWorker::removeRowsOfMissingFiles()
+void ScanWorker::removeRowsOfMissingFiles(qint64 lastOldRow)
 {
     QList<QByteArray> folders;
     for (const FilePathNode& entry : m_config.arrPathNodes)
@@ -392,7 +425,8 @@ void ScanWorker::removeRowsOfMissingFiles()
             folders << entry.filePath;
     const QByteArray db = SqliteDBOperations::getDbPathInLibrary();
     if (!folders.isEmpty() && PathUtils::exists(db))
-        CacheUpkeep::removeRowsOfMissingFiles(db, folders, &m_state.abortMe);
+        CacheUpkeep::removeRowsOfMissingFiles(db, folders, &m_state.abortMe, lastOldRow,
+                                              SqliteDBOperations::hasFreshTempTable(db));
 }
 
 void ScanWorker::writeHashToFile(const std::vector<FileInfoNode*>& batch)

@@ -2,6 +2,7 @@
 
 #include "model/FilePathNode.h"
 #include "scan/PathExclusion.h"
+#include "scan/RecordTable.h"
 #include "scan/ScanOptions.h"
 
 #include <QByteArray>
@@ -10,6 +11,7 @@
 #include <QPair>
 #include <QSet>
 #include <QStringList>
+#include <limits>
 #include <vector>
 
 class AlertPresenter;
@@ -57,7 +59,8 @@ public:
     void writeHashToFile(const std::vector<FileInfoNode*>& batch);
     // After a scan that was not stopped: drops the cache rows of vanished files below the
     // scanned folders.
-    void removeRowsOfMissingFiles();
+    // Rows above lastOldRow (fileID) were written by this scan and are kept.
+    void removeRowsOfMissingFiles(qint64 lastOldRow = std::numeric_limits<qint64>::max());
 
     // Folder descriptors a walk keeps open at most (the upper levels).
     static constexpr int kOpenLevels = 24;
@@ -73,14 +76,15 @@ private:
     ScanResult& m_result;
     ScanState& m_state;
     PathExclusion m_exclusion;
-    QSet<QByteArray> dictAllFilePath; // comparable path of every record made
-    struct Seen
-    {
-        QByteArray path;          // the record's path
-        qsizetype sameIndex = -1; // its entry in the result's sameFileAgain, once reached again
-    };
-    QHash<QPair<quint64, quint64>, Seen> m_inodes; // (device, inode) of every record made
-    QList<QPair<quint64, quint64>> m_openFolders;  // the folders being walked, outermost first
+    // Whether a record of the path (compared as Platform::comparablePath) exists.
+    bool hasRecordOfPath(const QByteArray& key, size_t hash) const;
+    // Enters the newest record under its path (and its (device, inode) when it has one).
+    void enterLastRecord(size_t pathHash);
+
+    RecordTable dictAllFilePath;           // records made, by comparable path
+    RecordTable m_inodes;                  // records made from a file with an inode, by (device, inode)
+    QHash<quint32, qsizetype> m_sameIndex; // record -> its entry in the result's sameFileAgain
+    QList<QPair<quint64, quint64>> m_openFolders; // the folders being walked, outermost first
     bool isPhotosScanned = false;
     bool skipiPhotoFromScan = false;
 };

@@ -111,8 +111,8 @@ void TrashSheetsController::openPhotosLibrary()
     QByteArray libraryPath;
     for (const DuplicateGroup* group : m_review.arrGroups()) {
         for (const FileInfoNode* node : group->filteredChildren) {
-            if (node->isPhotosNode && !node->libraryPath.isEmpty()) {
-                libraryPath = node->libraryPath;
+            if (node->isPhotosNode && !node->libraryPath().isEmpty()) {
+                libraryPath = node->libraryPath();
                 break;
             }
         }
