@@ -10,10 +10,13 @@
 #include <QPair>
 #include <QSet>
 #include <QStringList>
+#include <memory>
 #include <vector>
 
 class AlertPresenter;
 class DataFiller;
+class FolderLister;
+class OpenFolder;
 class ScanState;
 class Settings;
 struct FileAttributes;
@@ -63,8 +66,9 @@ public:
     static constexpr int kOpenLevels = 24;
 
 private:
-    void parseItem(int dirfd, const char* name, const QByteArray& path, const FileAttributes& attributes);
-    void parseDirectory(int dirfd, const char* name, const QByteArray& path);
+    void parseItem(const std::shared_ptr<OpenFolder>& parent, const char* name, const QByteArray& path,
+                   const FileAttributes& attributes);
+    void parseDirectory(const std::shared_ptr<OpenFolder>& parent, const char* name, const QByteArray& path);
     void skip(const QByteArray& path, int error);
     // Counts the record in the progress totals and hands it to the result.
     void addScannedNode(FileInfoNode&& node);
@@ -83,4 +87,5 @@ private:
     QList<QPair<quint64, quint64>> m_openFolders;  // the folders being walked, outermost first
     bool isPhotosScanned = false;
     bool skipiPhotoFromScan = false;
+    FolderLister* m_lister = nullptr; // reads folders ahead while one item is walked
 };
