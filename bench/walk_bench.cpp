@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <malloc.h>
 #include <sys/resource.h>
 
 namespace {
@@ -65,6 +66,7 @@ double median(std::vector<double> v)
 
 int main(int argc, char* argv[])
 {
+    mallopt(M_ARENA_MAX, 1); // as quillon-scan runs
     QCoreApplication app(argc, argv);
     if (argc < 2) {
         std::fprintf(stderr, "usage: %s FOLDER [ROUNDS]\n", argv[0]);

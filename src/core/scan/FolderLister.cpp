@@ -113,8 +113,8 @@ void FolderLister::run()
         bool failed = false;
         int fd = -1;
         try {
-            listing = FolderListing::read(task.parent ? task.parent->fd() : -1, task.name.constData(),
-                                          task.path, &m_abort, &fd);
+            listing = FolderListing::read(task.parent ? task.parent->fd() : -1,
+                                          task.path.constData() + task.nameAt, task.path, &m_abort, &fd);
             if (fd >= 0 && m_live->load(std::memory_order_relaxed) < kDescriptors) {
                 listing.folder = std::make_shared<OpenFolder>(fd, m_live);
                 fd = -1;

@@ -25,7 +25,7 @@ public:
     struct Task
     {
         QByteArray path;
-        QByteArray name;                    // the last component, opened relative to parent
+        qsizetype nameAt = 0;               // where the last component starts in path
         std::shared_ptr<OpenFolder> parent; // null: opened by path
     };
 

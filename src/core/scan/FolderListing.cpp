@@ -1,9 +1,11 @@
 #include "scan/FolderListing.h"
 
 #include "platform/Platform.h"
+#include "util/PathUtils.h"
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,11 +17,11 @@ enum class Need { Nothing, Folder, Attributes };
 
 // Hidden names (".DS_Store", ".localized", every other dot name), links and special files are
 // never taken; a folder without a dot in its name cannot be a package, so it needs no attributes.
-Need needOf(const PathUtils::DirEntry& entry)
+Need needOf(const char* name, unsigned char type)
 {
-    if (entry.name.startsWith('.'))
+    if (name[0] == '.')
         return Need::Nothing;
-    switch (entry.type) {
+    switch (type) {
     case DT_LNK:
     case DT_FIFO:
     case DT_SOCK:
@@ -27,17 +29,26 @@ Need needOf(const PathUtils::DirEntry& entry)
     case DT_BLK:
         return Need::Nothing;
     case DT_DIR:
-        return entry.name.contains('.') ? Need::Attributes : Need::Folder;
+        return std::strchr(name, '.') ? Need::Attributes : Need::Folder;
     default:
         return Need::Attributes;
     }
 }
 
-// The names of an open folder, "." and ".." left out, sorted byte for byte; fd stays open.
-std::vector<PathUtils::DirEntry> sortedNames(int fd, int* error, const std::atomic<bool>* abortFlag)
+// The names of an open folder into listing.names and listing.entries, "." and ".." left out,
+// sorted byte for byte; fd stays open.
+void readNames(int fd, FolderListing& listing, const std::atomic<bool>* abortFlag)
 {
+    const auto add = [&](const char* name, unsigned char type) {
+        const size_t size = std::strlen(name);
+        FolderListing::Entry entry;
+        entry.nameAt = quint32(listing.names.size());
+        entry.nameSize = quint32(size);
+        entry.type = type;
+        listing.names.append(name, qsizetype(size + 1));
+        listing.entries.push_back(entry);
+    };
 #ifdef __linux__
-    std::vector<PathUtils::DirEntry> entries;
     alignas(8) char buffer[32768];
     for (;;) {
         if (abortFlag && abortFlag->load(std::memory_order_relaxed))
@@ -45,29 +56,31 @@ std::vector<PathUtils::DirEntry> sortedNames(int fd, int* error, const std::atom
         const ssize_t n = ::getdents64(fd, buffer, sizeof buffer);
         if (n <= 0) {
             if (n < 0)
-                *error = errno;
+                listing.listError = errno;
             break;
         }
         for (ssize_t offset = 0; offset < n;) {
             const auto* e = reinterpret_cast<const struct dirent64*>(buffer + offset);
             offset += e->d_reclen;
             const char* name = e->d_name;
-            if (name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0)))
-                continue;
-            entries.push_back({QByteArray(name), e->d_type});
+            if (!(name[0] == '.' && (name[1] == 0 || (name[1] == '.' && name[2] == 0))))
+                add(name, e->d_type);
         }
     }
-    std::sort(entries.begin(), entries.end(),
-              [](const PathUtils::DirEntry& a, const PathUtils::DirEntry& b) { return a.name < b.name; });
-    return entries;
 #else
     const int listed = ::dup(fd);
     if (listed < 0) {
-        *error = errno;
-        return {};
+        listing.listError = errno;
+        return;
     }
-    return PathUtils::sortedEntries(listed, error, abortFlag);
+    for (const PathUtils::DirEntry& e : PathUtils::sortedEntries(listed, &listing.listError, abortFlag))
+        add(e.name.constData(), e.type);
 #endif
+    const char* names = listing.names.constData();
+    std::sort(listing.entries.begin(), listing.entries.end(),
+              [names](const FolderListing::Entry& a, const FolderListing::Entry& b) {
+                  return std::strcmp(names + a.nameAt, names + b.nameAt) < 0;
+              });
 }
 
 } // namespace
@@ -88,19 +101,19 @@ FolderListing FolderListing::read(int parentFd, const char* name, const QByteArr
     listing.opened = true;
     listing.device = quint64(st.st_dev);
     listing.inode = quint64(st.st_ino);
-    std::vector<PathUtils::DirEntry> names = sortedNames(fd, &listing.listError, abortFlag);
-    listing.entries.reserve(names.size());
-    for (PathUtils::DirEntry& item : names) {
-        if (abortFlag && abortFlag->load(std::memory_order_relaxed))
+    readNames(fd, listing, abortFlag);
+    for (size_t i = 0; i < listing.entries.size(); ++i) {
+        if (abortFlag && abortFlag->load(std::memory_order_relaxed)) {
+            listing.entries.resize(i);
             break;
-        Entry entry{std::move(item), std::nullopt, 0};
-        if (needOf(entry.item) == Need::Attributes) {
+        }
+        Entry& entry = listing.entries[i];
+        if (needOf(listing.nameOf(entry), entry.type) == Need::Attributes) {
             errno = 0;
-            entry.attributes = FileAttributes::ofEntry(fd, entry.item.name.constData());
+            entry.attributes = FileAttributes::ofEntry(fd, listing.nameOf(entry));
             if (!entry.attributes)
                 entry.error = errno;
         }
-        listing.entries.push_back(std::move(entry));
     }
     if (keptFd)
         *keptFd = fd;
@@ -109,9 +122,20 @@ FolderListing FolderListing::read(int parentFd, const char* name, const QByteArr
     return listing;
 }
 
-FolderListing::Kind FolderListing::kindOf(const Entry& entry)
+QByteArray FolderListing::pathOf(const QByteArray& folder, const Entry& entry) const
 {
-    switch (needOf(entry.item)) {
+    QByteArray path;
+    path.reserve(folder.size() + 1 + qsizetype(entry.nameSize));
+    path.append(folder);
+    if (!folder.isEmpty() && !folder.endsWith('/'))
+        path.append('/');
+    path.append(nameOf(entry), qsizetype(entry.nameSize));
+    return path;
+}
+
+FolderListing::Kind FolderListing::kindOf(const Entry& entry) const
+{
+    switch (needOf(nameOf(entry), entry.type)) {
     case Need::Nothing:
         return Kind::None;
     case Need::Folder:

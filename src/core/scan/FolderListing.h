@@ -2,7 +2,6 @@
 
 #include "platform/FileAttributes.h"
 #include "scan/OpenFolder.h"
-#include "util/PathUtils.h"
 
 #include <QByteArray>
 #include <atomic>
@@ -16,7 +15,9 @@ struct FolderListing
 {
     struct Entry
     {
-        PathUtils::DirEntry item;
+        quint32 nameAt = 0; // where the name starts in `names`
+        quint32 nameSize = 0;
+        unsigned char type = 0; // as readdir gives it (DT_UNKNOWN when the file system does not say)
         std::optional<FileAttributes> attributes;
         int error = 0; // errno when the attributes were needed but could not be read
     };
@@ -30,7 +31,8 @@ struct FolderListing
     int listError = 0; // why the listing ended early (the entries read so far are kept)
     quint64 device = 0;
     quint64 inode = 0;
-    std::vector<Entry> entries;
+    std::vector<Entry> entries;         // sorted by name, byte for byte
+    QByteArray names;                   // the entries' names, each ended by a NUL (one allocation)
     std::shared_ptr<OpenFolder> folder; // kept open to reach the subfolders; may be null
 
     // Opens `name` relative to parentFd, or `path` of any length when parentFd is -1, and reads
@@ -39,7 +41,10 @@ struct FolderListing
     static FolderListing read(int parentFd, const char* name, const QByteArray& path,
                               const std::atomic<bool>* abortFlag, int* keptFd);
 
-    static Kind kindOf(const Entry& entry);
+    const char* nameOf(const Entry& entry) const { return names.constData() + entry.nameAt; }
+    // folder + "/" + the entry's name, without doubling a slash.
+    QByteArray pathOf(const QByteArray& folder, const Entry& entry) const;
+    Kind kindOf(const Entry& entry) const;
     // Whether an item with these attributes is a folder the walk descends (not a package).
     static bool isWalkedFolder(const QByteArray& path, const FileAttributes& attributes);
 };

@@ -165,15 +165,15 @@ void ScanWorker::parseDirectory(const std::shared_ptr<OpenFolder>& parent, const
     for (const FolderListing::Entry& entry : listing.entries) {
         if (m_state.aborted())
             break;
-        const FolderListing::Kind kind = FolderListing::kindOf(entry);
+        const FolderListing::Kind kind = listing.kindOf(entry);
         if (kind == FolderListing::Kind::None)
             continue;
-        QByteArray child = PathUtils::join(path, entry.item.name);
+        QByteArray child = listing.pathOf(path, entry);
         if (m_exclusion.isPathExcluded(child))
             continue;
         if (kind == FolderListing::Kind::Folder ||
             (kind == FolderListing::Kind::Item && FolderListing::isWalkedFolder(child, *entry.attributes)))
-            tasks.push_back({child, entry.item.name, listing.folder});
+            tasks.push_back({child, child.size() - qsizetype(entry.nameSize), listing.folder});
         items.push_back({&entry, kind, std::move(child)});
     }
     m_lister->prepend(std::move(tasks));
@@ -185,7 +185,7 @@ void ScanWorker::parseDirectory(const std::shared_ptr<OpenFolder>& parent, const
     for (const Item& item : items) {
         if (m_state.aborted())
             break;
-        const char* entryName = item.entry->item.name.constData();
+        const char* entryName = listing.nameOf(*item.entry);
         if (item.kind == FolderListing::Kind::Folder)
             parseDirectory(listing.folder, entryName, item.child);
         else if (item.kind == FolderListing::Kind::Item)
