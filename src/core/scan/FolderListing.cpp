@@ -115,7 +115,11 @@ FolderListing FolderListing::read(int parentFd, const char* name, const QByteArr
                 entry.error = errno;
         }
     }
-    if (keptFd)
+    // Only a folder with subfolders needs its descriptor afterwards.
+    const bool hasFolders = std::any_of(listing.entries.begin(), listing.entries.end(), [](const Entry& e) {
+        return e.type == DT_DIR || e.type == DT_UNKNOWN;
+    });
+    if (keptFd && hasFolders)
         *keptFd = fd;
     else
         ::close(fd);

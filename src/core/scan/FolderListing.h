@@ -37,7 +37,7 @@ struct FolderListing
 
     // Opens `name` relative to parentFd, or `path` of any length when parentFd is -1, and reads
     // it. A set abortFlag ends the reading early. When keptFd is given it receives the open
-    // descriptor (the caller closes it), else the descriptor is closed here.
+    // descriptor of a folder that has subfolders (the caller closes it); else it is closed here.
     static FolderListing read(int parentFd, const char* name, const QByteArray& path,
                               const std::atomic<bool>* abortFlag, int* keptFd);
 
