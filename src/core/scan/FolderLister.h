@@ -44,9 +44,9 @@ public:
     // nothing when the caller should read it itself.
     std::optional<FolderListing> take(const QByteArray& path);
 
-    static constexpr size_t kMaxFolders = 64;        // folders handed over and not yet taken
+    static constexpr size_t kMaxFolders = 256;        // folders handed over and not yet taken
     static constexpr size_t kMaxReadyEntries = 65536; // entries read ahead and not yet taken
-    static constexpr int kDescriptors = 24;           // the lister keeps a descriptor only below this many
+    static constexpr int kDescriptors = 16;           // the lister keeps a descriptor only below this many
 
 private:
     enum class State { Pending, Reading, Ready, Failed };
