@@ -62,7 +62,8 @@ public:
     // scanned folders.
     void removeRowsOfMissingFiles();
 
-    // Folder descriptors a walk keeps open at most (the upper levels).
+    // Folder descriptors a walk keeps open at most (the upper levels); the folder lister keeps
+    // at most FolderLister::kDescriptors more.
     static constexpr int kOpenLevels = 24;
 
 private:
