@@ -154,6 +154,7 @@ int main(int argc, char** argv)
         options.hashThreads = 1;
         options.prefilter = false;
         options.shareDigests = false;
+        options.listAhead = false;
     }
 
     ScanEngine engine(settings, nullptr);

@@ -19,6 +19,9 @@ struct ScanOptions
     // Digests same-size candidates with equal edges side by side, one MD5 per set of
     // byte-identical files. Never changes a digest, a group or the counts.
     bool shareDigests = true;
+    // Reads folders ahead of the walk on a second thread. Never changes a record, its order
+    // or what is said to be skipped.
+    bool listAhead = true;
     // Whether the application with a bundle identifier runs (the photo-library wait);
     // unset: CommonFuncs::checkAppOpen.
     std::function<bool(const QString&)> applicationRunning;

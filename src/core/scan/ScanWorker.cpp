@@ -10,19 +10,17 @@
 #include "platform/FileAttributes.h"
 #include "platform/Platform.h"
 #include "scan/DigestGrouper.h"
+#include "scan/FolderLister.h"
 #include "scan/ScanState.h"
 #include "util/AlertPresenter.h"
 #include "util/CommonFuncs.h"
 #include "util/Log.h"
 #include "util/PathUtils.h"
 
+#include <QScopeGuard>
 #include <cerrno>
 #include <chrono>
-#include <dirent.h>
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <thread>
-#include <unistd.h>
 
 namespace {
 
@@ -32,12 +30,6 @@ const QString kiPhotoBundle = QStringLiteral("com.apple.iPhoto");
 size_t inodeHash(quint64 device, quint64 inode)
 {
     return qHashMulti(0, device, inode);
-}
-
-bool isSkippedName(const QByteArray& name)
-{
-    // ".DS_Store", ".localized" and every other hidden name begin with a dot.
-    return name.startsWith('.');
 }
 
 } // namespace
@@ -97,7 +89,11 @@ void ScanWorker::parsePathForFilesAndFolders(const QByteArray& path)
         skip(path, errno);
         return;
     }
-    parseItem(-1, path.constData(), path, *attributes);
+    // The folders of this item are read ahead on a second thread that ends with the item.
+    FolderLister lister(m_state.abortMe, m_config.options.listAhead);
+    m_lister = &lister;
+    const auto done = qScopeGuard([this] { m_lister = nullptr; });
+    parseItem(nullptr, path.constData(), path, *attributes);
 }
 
 void ScanWorker::skip(const QByteArray& path, int error)
@@ -108,15 +104,15 @@ void ScanWorker::skip(const QByteArray& path, int error)
 // One item of the walk, its attributes read without following a link: a folder is
 // descended unless it is a package; a package is one item or a photo library; a regular
 // file is one item. Links, FIFOs, sockets and devices are neither read nor descended.
-void ScanWorker::parseItem(int dirfd, const char* name, const QByteArray& path,
-                           const FileAttributes& attributes)
+void ScanWorker::parseItem(const std::shared_ptr<OpenFolder>& parent, const char* name,
+                           const QByteArray& path, const FileAttributes& attributes)
 {
+    if (FolderListing::isWalkedFolder(path, attributes)) {
+        parseDirectory(parent, name, path);
+        return;
+    }
     if (attributes.isDirectory()) {
         const QString ext = PathUtils::lowerExtension(path);
-        if (ext.isEmpty() || !Platform::isPackageExtension(ext)) {
-            parseDirectory(dirfd, name, path);
-            return;
-        }
         if (ext == QLatin1String("photoslibrary")) {
             if (!isPhotosScanned)
                 addImagesForiPhotoPhotosLibrary(path, false);
@@ -135,108 +131,77 @@ void ScanWorker::parseItem(int dirfd, const char* name, const QByteArray& path,
         createAndAddToArrayFileNodeForPath(path, attributes);
 }
 
-// Lists a folder relative to its parent's descriptor (dirfd), or by its full path of any
-// length when dirfd is -1. The upper levels keep their descriptor open while their subfolders
-// are walked; deeper ones read their entries' attributes first and close theirs, so a walk
-// holds at most kOpenLevels folder descriptors however deep the tree.
-void ScanWorker::parseDirectory(int dirfd, const char* name, const QByteArray& path)
+// Reads a folder relative to its parent's descriptor, or by its full path of any length when
+// the parent has none, unless the lister has read it ahead. The upper levels keep their
+// descriptor while their subfolders are walked; deeper ones let it go once read, so a walk
+// holds at most kOpenLevels folder descriptors (and the lister a few) however deep the tree.
+// Everything is recorded here, in walk order, whoever read the folder.
+void ScanWorker::parseDirectory(const std::shared_ptr<OpenFolder>& parent, const char* name,
+                                const QByteArray& path)
 {
-    constexpr int kFlags = O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC;
-    int fd = dirfd >= 0 ? ::openat(dirfd, name, kFlags) : PathUtils::openDeep(path, kFlags);
-    struct stat st;
-    if (fd < 0 || ::fstat(fd, &st) != 0) {
-        skip(path, errno);
-        if (fd >= 0)
-            ::close(fd);
+    std::optional<FolderListing> ahead = m_lister->take(path);
+    FolderListing listing =
+        ahead ? std::move(*ahead) : m_lister->read(parent, name, path, m_openFolders.size() < kOpenLevels);
+    ahead.reset();
+    if (!listing.opened) {
+        skip(path, listing.openError);
         return;
     }
     // A folder inside itself (a bind mount of a parent) is walked once more, so that its files
     // count as reached again, but never further.
-    const QPair<quint64, quint64> id(quint64(st.st_dev), quint64(st.st_ino));
-    if (m_openFolders.count(id) >= 2) {
-        ::close(fd);
+    const QPair<quint64, quint64> id(listing.device, listing.inode);
+    if (m_openFolders.count(id) >= 2)
         return;
-    }
     if (m_config.options.folderEntered)
         m_config.options.folderEntered(path);
-    const int listed = ::dup(fd);
-    int error = listed < 0 ? errno : 0;
-    const std::vector<PathUtils::DirEntry> entries =
-        listed < 0 ? std::vector<PathUtils::DirEntry>()
-                   : PathUtils::sortedEntries(listed, &error, &m_state.abortMe);
-    if (error)
-        skip(path, error);
+    if (listing.listError)
+        skip(path, listing.listError);
     m_openFolders.append(id);
     const bool keepOpen = m_openFolders.size() <= kOpenLevels;
+    if (!keepOpen)
+        listing.folder.reset();
 
-    // What each entry is: a plain folder (no attributes needed), an item with attributes, or
-    // nothing to take.
+    // The entries to take, and the subfolders among them handed to the lister.
     struct Item
     {
-        const PathUtils::DirEntry* entry;
-        std::optional<FileAttributes> attributes;
+        const FolderListing::Entry* entry;
+        FolderListing::Kind kind;
+        QByteArray child;
     };
-    const auto examine = [&](const PathUtils::DirEntry& entry,
-                             const QByteArray& child) -> std::optional<Item> {
-        if (isSkippedName(entry.name) || m_exclusion.isPathExcluded(child))
-            return std::nullopt;
-        switch (entry.type) {
-        case DT_LNK:
-        case DT_FIFO:
-        case DT_SOCK:
-        case DT_CHR:
-        case DT_BLK:
-            return std::nullopt; // never read, never descended
-        case DT_DIR:
-            if (!entry.name.contains('.'))
-                return Item{&entry, std::nullopt}; // no package extension: no attributes needed
+    std::vector<Item> items;
+    std::vector<FolderLister::Task> tasks;
+    for (const FolderListing::Entry& entry : listing.entries) {
+        if (m_state.aborted())
             break;
-        default:
+        const FolderListing::Kind kind = listing.kindOf(entry);
+        if (kind == FolderListing::Kind::None)
+            continue;
+        QByteArray child = listing.pathOf(path, entry);
+        if (m_exclusion.isPathExcluded(child))
+            continue;
+        if (kind == FolderListing::Kind::Folder ||
+            (kind == FolderListing::Kind::Item && FolderListing::isWalkedFolder(child, *entry.attributes)))
+            tasks.push_back({child, child.size() - qsizetype(entry.nameSize), listing.folder});
+        items.push_back({&entry, kind, std::move(child)});
+    }
+    m_lister->prepend(std::move(tasks));
+    // Deeper levels say what they could not examine before descending, as they always have.
+    if (!keepOpen)
+        for (const Item& item : items)
+            if (item.kind == FolderListing::Kind::Unreadable)
+                skip(item.child, item.entry->error);
+    for (const Item& item : items) {
+        if (m_state.aborted())
             break;
-        }
-        errno = 0;
-        auto attributes = FileAttributes::ofEntry(fd, entry.name.constData());
-        if (!attributes) {
-            skip(child, errno);
-            return std::nullopt;
-        }
-        return Item{&entry, std::move(attributes)};
-    };
-    const auto take = [&](const Item& item, const QByteArray& child) {
-        const int parent = keepOpen ? fd : -1;
-        if (item.attributes)
-            parseItem(parent, item.entry->name.constData(), child, *item.attributes);
-        else
-            parseDirectory(parent, item.entry->name.constData(), child);
-    };
-
-    if (keepOpen) {
-        for (const PathUtils::DirEntry& entry : entries) {
-            if (m_state.aborted())
-                break;
-            const QByteArray child = PathUtils::join(path, entry.name);
-            if (const auto item = examine(entry, child))
-                take(*item, child);
-        }
-    } else {
-        std::vector<Item> items;
-        for (const PathUtils::DirEntry& entry : entries) {
-            if (m_state.aborted())
-                break;
-            if (auto item = examine(entry, PathUtils::join(path, entry.name)))
-                items.push_back(std::move(*item));
-        }
-        ::close(fd);
-        fd = -1;
-        for (const Item& item : items) {
-            if (m_state.aborted())
-                break;
-            take(item, PathUtils::join(path, item.entry->name));
-        }
+        const char* entryName = listing.nameOf(*item.entry);
+        if (item.kind == FolderListing::Kind::Folder)
+            parseDirectory(listing.folder, entryName, item.child);
+        else if (item.kind == FolderListing::Kind::Item)
+            parseItem(listing.folder, entryName, item.child, *item.entry->attributes);
+        else if (keepOpen)
+            skip(item.child, item.entry->error);
     }
     m_openFolders.removeLast();
-    if (fd >= 0)
-        ::close(fd);
 }
 
 void ScanWorker::createAndAddToArrayFileNodeForPath(const QByteArray& path, const FileAttributes& attributes)

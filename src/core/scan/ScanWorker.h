@@ -12,10 +12,13 @@
 #include <QSet>
 #include <QStringList>
 #include <limits>
+#include <memory>
 #include <vector>
 
 class AlertPresenter;
 class DataFiller;
+class FolderLister;
+class OpenFolder;
 class ScanState;
 class Settings;
 struct FileAttributes;
@@ -62,12 +65,14 @@ public:
     // Rows above lastOldRow (fileID) were written by this scan and are kept.
     void removeRowsOfMissingFiles(qint64 lastOldRow = std::numeric_limits<qint64>::max());
 
-    // Folder descriptors a walk keeps open at most (the upper levels).
+    // Folder descriptors a walk keeps open at most (the upper levels); the folder lister keeps
+    // at most FolderLister::kDescriptors more.
     static constexpr int kOpenLevels = 24;
 
 private:
-    void parseItem(int dirfd, const char* name, const QByteArray& path, const FileAttributes& attributes);
-    void parseDirectory(int dirfd, const char* name, const QByteArray& path);
+    void parseItem(const std::shared_ptr<OpenFolder>& parent, const char* name, const QByteArray& path,
+                   const FileAttributes& attributes);
+    void parseDirectory(const std::shared_ptr<OpenFolder>& parent, const char* name, const QByteArray& path);
     void skip(const QByteArray& path, int error);
     // Counts the record in the progress totals and hands it to the result.
     void addScannedNode(FileInfoNode&& node);
@@ -87,4 +92,5 @@ private:
     QList<QPair<quint64, quint64>> m_openFolders; // the folders being walked, outermost first
     bool isPhotosScanned = false;
     bool skipiPhotoFromScan = false;
+    FolderLister* m_lister = nullptr; // reads folders ahead while one item is walked
 };
