@@ -169,9 +169,12 @@ run_memory() {
     local t_first=$SECS m_first=$PEAK_KB
     once rescan "$QS" "${QARGS[@]}" --cache "$DB" "$tree"
     local t_rescan=$SECS m_rescan=$PEAK_KB
-    printf "  %9d files: first scan %6.2f s, %5.0f B/file; re-scan %6.2f s, %5.0f B/file (peak %.0f MB; start-up %.1f MB)\n" \
+    # The bare stat walk of the same tree, just after: how fast this machine lists it now.
+    once walk find "$tree" -type f -printf '%s\n'
+    local t_walk=$SECS
+    printf "  %9d files: first scan %6.2f s, %5.0f B/file; re-scan %6.2f s, %5.0f B/file; stat walk %6.2f s (peak %.0f MB; start-up %.1f MB)\n" \
         "$files" "$t_first" "$(awk -v k="$m_first" -v b="$base" -v n="$files" 'BEGIN { print (k - b) * 1024 / n }')" \
-        "$t_rescan" "$(awk -v k="$m_rescan" -v b="$base" -v n="$files" 'BEGIN { print (k - b) * 1024 / n }')" \
+        "$t_rescan" "$(awk -v k="$m_rescan" -v b="$base" -v n="$files" 'BEGIN { print (k - b) * 1024 / n }')" "$t_walk" \
         "$(awk -v k="$m_first" -v r="$m_rescan" 'BEGIN { print (k > r ? k : r) / 1024 }')" "$(awk -v k="$base" 'BEGIN { print k / 1024 }')"
     rm -rf "$tree" "$WORK/tiny"
 }
