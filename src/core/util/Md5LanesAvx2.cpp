@@ -33,8 +33,6 @@ struct Ops
     }
 };
 
-alignas(64) const unsigned char kIdleBlock[64] = {};
-
 // The constants are read through a volatile pointer: when the compiler sees their (uniform)
 // values it builds each broadcast in registers, 2 extra vector operations per step; taken
 // from memory they fold into the adds.
@@ -46,59 +44,15 @@ namespace Md5Lanes::Detail {
 
 void compressAvx2(State& state, const unsigned char* const data[kMaxLanes], const size_t blocks[kMaxLanes])
 {
-    const unsigned char* ptr[8];
-    size_t left[8];
-    for (int l = 0; l < 8; ++l) {
-        left[l] = blocks[l];
-        ptr[l] = left[l] ? data[l] : kIdleBlock;
-    }
-    const auto load = [](const uint32_t* p) { return _mm256_load_si256(reinterpret_cast<const V*>(p)); };
-    V v[4] = {load(state.a), load(state.b), load(state.c), load(state.d)};
-    const Ops ops{kConstants};
-    for (;;) {
-        // Runs of blocks during which the same lanes are busy: the mask only changes between runs.
-        size_t run = 0;
-        for (int l = 0; l < 8; ++l)
-            if (left[l] && (run == 0 || left[l] < run))
-                run = left[l];
-        if (run == 0)
-            break;
-        size_t step[8];
-        int busyBits[8];
-        for (int l = 0; l < 8; ++l) {
-            step[l] = left[l] ? 64 : 0;
-            busyBits[l] = left[l] ? -1 : 0;
-        }
-        const V busy = _mm256_loadu_si256(reinterpret_cast<const V*>(busyBits));
-        for (size_t i = 0; i < run; ++i) {
-            V r[8], w[16];
-#pragma GCC unroll 16
-            for (int half = 0; half < 2; ++half) {
-#pragma GCC unroll 16
-                for (int l = 0; l < 8; ++l)
-                    r[l] = _mm256_loadu_si256(reinterpret_cast<const V*>(ptr[l] + 32 * half));
-                transpose8(r, w + 8 * half);
-            }
+    compressRuns8(
+        state, data, blocks, Ops{kConstants},
+        [](const size_t left[8]) {
+            int bits[8];
             for (int l = 0; l < 8; ++l)
-                ptr[l] += step[l];
-            V x[4] = {v[0], v[1], v[2], v[3]};
-            Rounds::allSteps(ops, x, w, std::make_integer_sequence<int, 64>());
-#pragma GCC unroll 16
-            for (int s = 0; s < 4; ++s) // busy lanes add the block's result; the others keep theirs
-                v[s] = _mm256_add_epi32(v[s], _mm256_and_si256(x[s], busy));
-        }
-        for (int l = 0; l < 8; ++l)
-            if (left[l]) {
-                left[l] -= run;
-                if (left[l] == 0)
-                    ptr[l] = kIdleBlock;
-            }
-    }
-    const auto store = [](uint32_t* p, V x) { _mm256_store_si256(reinterpret_cast<V*>(p), x); };
-    store(state.a, v[0]);
-    store(state.b, v[1]);
-    store(state.c, v[2]);
-    store(state.d, v[3]);
+                bits[l] = left[l] ? -1 : 0;
+            return _mm256_loadu_si256(reinterpret_cast<const V*>(bits));
+        },
+        [](V v, V x, V busy) { return _mm256_add_epi32(v, _mm256_and_si256(x, busy)); });
 }
 
 } // namespace Md5Lanes::Detail
