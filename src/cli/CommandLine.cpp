@@ -299,6 +299,9 @@ ENVIRONMENT
     QUILLON_SCAN_REFERENCE
         When set and not empty, every candidate is read and digested on its own by one
         thread: slower, for checking that the faster paths find the same groups.
+    QUILLON_MD5_LANES
+        scalar, avx2, avx512vl or avx512: the widest SIMD code the digests may use (never
+        wider than the processor runs). By default the widest the processor runs.
 
 FILES
     $XDG_CACHE_HOME/Quillon.db (default ~/.cache/Quillon.db)
