@@ -13,6 +13,7 @@
 #include <QElapsedTimer>
 
 #include <algorithm>
+#include <limits>
 #include <mutex>
 #include <new>
 #include <system_error>
@@ -56,6 +57,7 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
     quillonLog(QStringLiteral("Time Calculation in grouping with size %1")
                    .arg(ScanEngine::getTimeSpan(sizeSeconds)));
 
+    constexpr quint32 kNone = std::numeric_limits<quint32>::max();
     QElapsedTimer md5Timer;
     md5Timer.start();
     DigestWork work(m_result, m_state, m_options.shareDigests);
@@ -70,17 +72,19 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             total += counts[b];
         }
         work.cand.resize(total);
+        // From here on bucketOf[i] is the candidate index of record i, or kNone.
         for (size_t i = 0; i < n; ++i) {
             const quint32 b = bucketOf[i];
-            if (counts[b] >= 2)
+            if (counts[b] >= 2) {
+                bucketOf[i] = offset[b];
                 work.cand[offset[b]++] = nodes[i];
-            else
+            } else {
+                bucketOf[i] = kNone;
                 m_state.setCurrentFile(nodes[i]->filePath); // a size of its own: never read
+            }
         }
     }
-    // Released now, not at the end ("= {}" would keep their capacity).
-    std::vector<quint32>().swap(bucketOf);
-    std::vector<quint32>().swap(counts);
+    std::vector<quint32>().swap(counts); // released now ("= {}" would keep the capacity)
 
     const size_t m = work.cand.size();
     work.status = std::make_unique<std::atomic<quint8>[]>(m);
@@ -108,7 +112,6 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
             if (work.status[i].load() != DigestWork::Pending)
                 continue;
             if (prefilter) {
-                work.firstBlocks.push_back(i);
                 ++pending;
             } else {
                 work.status[i].store(DigestWork::NeedFull);
@@ -119,11 +122,19 @@ void DigestGrouper::filterNodesWithSizeAndMd5()
         if (pending > 0)
             ++work.bucketsUndecided;
     }
+    // First blocks are read in the order the walk met the files, folder by folder: the
+    // folders' entries and the files' metadata are then read once and close together, which
+    // counts when the tree is not all in memory.
+    if (prefilter)
+        for (size_t i = 0; i < n; ++i)
+            if (bucketOf[i] != kNone && work.status[bucketOf[i]].load() == DigestWork::Pending)
+                work.firstBlocks.push_back(bucketOf[i]);
+    std::vector<quint32>().swap(bucketOf);
     // Only records whose first blocks are read get an edge key (none when all are cached).
     if (!work.firstBlocks.empty())
         work.edgeKey.assign(m, 0);
 
-    // The hashing threads read first blocks in grouping order, decide each size bucket as
+    // The hashing threads read first blocks in the walk's order, decide each size bucket as
     // soon as its last first block is in, and digest the sets this queues. The groups are
     // formed here, in grouping order, as the records become final.
     // Computed digests go to the cache as they come, on the writer's thread.

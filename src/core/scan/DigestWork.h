@@ -17,7 +17,7 @@ struct ScanResult;
 
 // The hashing side of the grouping: the candidates (same-size buckets in grouping order),
 // what is known of each, and the hashing threads' loop. Threads read first and last blocks
-// in grouping order and decide a bucket once its last edges are in; the full digests this
+// in the order the walk met them and decide a bucket once its last edges are in; the full digests this
 // asks for (as sets of possibly identical files) are queued, and once the edges are all read
 // the threads share the queue out and digest their sets side by side in MD5 lanes.
 class DigestWork
