@@ -12,10 +12,7 @@
 #include <unordered_map>
 
 DigestWork::DigestWork(ScanResult& result, ScanState& state, bool shareDigests)
-    : m_result(result), m_state(state), m_shareDigests(shareDigests),
-      m_longer([this](const std::vector<quint32>& a, const std::vector<quint32>& b) {
-          return cand[a.front()]->fileSize < cand[b.front()]->fileSize;
-      })
+    : m_result(result), m_state(state), m_shareDigests(shareDigests)
 {}
 
 void DigestWork::finished(quint32 begin, quint32 end)
@@ -40,15 +37,22 @@ void DigestWork::wakeGrouping()
 
 // The longest files are digested first: they take the longest in a lane, and the shorter
 // ones fill the lanes that free up meanwhile, so the lanes run out together.
+bool DigestWork::shorter(const std::vector<quint32>& a, const std::vector<quint32>& b) const
+{
+    return cand[a.front()]->fileSize < cand[b.front()]->fileSize;
+}
+
 void DigestWork::queueSet(std::vector<quint32> set)
 {
     fullQueue.push_back(std::move(set));
-    std::push_heap(fullQueue.begin(), fullQueue.end(), m_longer);
+    std::push_heap(fullQueue.begin(), fullQueue.end(),
+                   [this](const auto& a, const auto& b) { return shorter(a, b); });
 }
 
 std::vector<quint32> DigestWork::takeSet()
 {
-    std::pop_heap(fullQueue.begin(), fullQueue.end(), m_longer);
+    std::pop_heap(fullQueue.begin(), fullQueue.end(),
+                  [this](const auto& a, const auto& b) { return shorter(a, b); });
     std::vector<quint32> set = std::move(fullQueue.back());
     fullQueue.pop_back();
     return set;
@@ -129,6 +133,18 @@ void DigestWork::digestFully(size_t index)
 
 void DigestWork::digestQueued()
 {
+    if (!m_shareDigests) { // the plain walk: one set at a time, each file read on its own
+        std::vector<quint32> set;
+        {
+            std::lock_guard lock(mutex);
+            if (fullQueue.empty())
+                return;
+            set = takeSet();
+        }
+        for (size_t k = 0; k < set.size() && !m_state.aborted(); ++k)
+            digestFully(set[k]);
+        return;
+    }
     // A set popped from the queue, in slices of at most kMaxOpen members; packages, and the
     // members that could not be settled side by side, are read on their own after.
     std::vector<quint32> current;
@@ -147,11 +163,9 @@ void DigestWork::digestQueued()
                 if (mine > 0 && size_t(mine) >= share)
                     return false;
                 current = takeSet();
-                if (!m_shareDigests || cand[current.front()]->isDirectory) {
+                if (cand[current.front()]->isDirectory) {
                     alone.insert(alone.end(), current.begin(), current.end());
                     current.clear();
-                    if (!m_shareDigests)
-                        return false; // the plain walk: one file at a time, on its own
                     continue;
                 }
             }
@@ -169,6 +183,7 @@ void DigestWork::digestQueued()
         }
     };
     const auto settle = [&](IdenticalSetDigest::Set& set) {
+        std::vector<FileInfoNode*> digested;
         {
             std::lock_guard lock(mutex);
             --slicesInHand;
@@ -180,11 +195,11 @@ void DigestWork::digestQueued()
                 }
                 set.nodes[k]->md5 = std::move(set.digests[k]);
                 status[set.tags[k]].store(Digested);
+                digested.push_back(set.nodes[k]);
             }
         }
-        for (size_t k = 0; k < set.tags.size(); ++k)
-            if (!set.nodes[k]->md5.isEmpty() && status[set.tags[k]].load() == Digested)
-                computed(set.nodes[k]);
+        for (FileInfoNode* node : digested)
+            computed(node);
         wakeGrouping();
     };
     IdenticalSetDigest::run(next, settle, &m_state.abortMe);

@@ -4,7 +4,6 @@
 #include <QString>
 #include <atomic>
 #include <condition_variable>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <utility>
@@ -17,9 +16,10 @@ struct ScanResult;
 
 // The hashing side of the grouping: the candidates (same-size buckets in grouping order),
 // what is known of each, and the hashing threads' loop. Threads read first and last blocks
-// in the order the walk met them and decide a bucket once its last edges are in; the full digests this
-// asks for (as sets of possibly identical files) are queued, and once the edges are all read
-// the threads share the queue out and digest their sets side by side in MD5 lanes.
+// in the order the walk met them and decide a bucket once its last edges are in; the full
+// digests this asks for (as sets of possibly identical files) are queued, and once the
+// edges are all read the threads share the queue out and digest their sets side by side in
+// MD5 lanes.
 class DigestWork
 {
 public:
@@ -54,9 +54,9 @@ public:
     std::atomic<size_t> nextFirstBlock{0};
     std::unique_ptr<std::atomic<quint32>[]> remaining; // per bucket: first blocks still to read
 
-    std::mutex mutex; // guards the two below
-    // Sets of candidates to digest fully, in the order they were decided; the members of a
-    // set share their size and edges, so may be byte-identical.
+    std::mutex mutex; // guards the queue, the counts below and the records' digests
+    // Sets of candidates to digest fully; the members of a set share their size and edges,
+    // so may be byte-identical.
     std::vector<std::vector<quint32>> fullQueue; // a heap, longest files on top: see queueSet
     void queueSet(std::vector<quint32> set);     // with the mutex held
     std::vector<quint32> takeSet();              // the longest; with the mutex held
@@ -81,6 +81,8 @@ private:
     void finished(quint32 begin, quint32 end);
     void wakeGrouping();
     void computed(FileInfoNode* node);
+    // Heap order of the queue: a set of shorter files is below one of longer files.
+    bool shorter(const std::vector<quint32>& a, const std::vector<quint32>& b) const;
     size_t bucketOf(quint32 index) const;
     void readEdges(size_t index);
     void skip(const FileInfoNode& node, const QString& reason) const;
@@ -94,5 +96,4 @@ private:
     bool m_shareDigests;
     std::mutex m_batchMutex;
     std::vector<FileInfoNode*> m_batch; // computed digests not yet handed to the writer
-    std::function<bool(const std::vector<quint32>&, const std::vector<quint32>&)> m_longer; // heap order
 };
